@@ -1,0 +1,21 @@
+// Fills used by other families (the zero shortcut of the arithmetic, the
+// constant frames of the border copies). Samples of the same width share
+// code: 16u fills through 16s, 32f through 32s.
+#pragma once
+
+#include "core/entry/entry.h"
+
+NYX_D1(nyxiSet_8u_C1R);
+NYX_D1(nyxiSet_8u_AC4R);
+
+namespace nyx::set {
+
+inline NyxStatus ZeroC1(Nyx8u* dst, int step, NyxiSize roi) {
+  return d1_nyxiSet_8u_C1R(0, dst, step, roi);
+}
+inline NyxStatus ZeroAC4(Nyx8u* dst, int step, NyxiSize roi) {
+  const Nyx8u zero[3] = {0, 0, 0};
+  return d1_nyxiSet_8u_AC4R(zero, dst, step, roi);
+}
+
+}  // namespace nyx::set
