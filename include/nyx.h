@@ -330,9 +330,26 @@ NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
 /* --- Copy, set and channel operations ------------------------------------
  * BEGIN SECTION copy */
 
-NYX_API NyxStatus nyxiSet_8u_C1R(Nyx8u value, Nyx8u* pDst, int dstStep, NyxiSize roiSize);
-NYX_API NyxStatus nyxiSet_8u_AC4R(const Nyx8u value[3], Nyx8u* pDst, int dstStep,
-                                  NyxiSize roiSize);
+#define NYX_COPY_PROTO(T, D)                                                             \
+  NYX_API NyxStatus nyxiCopy_##T##_##D##R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                          int dstStep, NyxiSize roiSize);                \
+  NYX_API NyxStatus nyxiCopy_##T##_##D##R_L(const Nyx##T* pSrc, NyxSizeL srcStep,        \
+                                            Nyx##T* pDst, NyxSizeL dstStep,              \
+                                            NyxiSizeL roiSize);
+#define NYX_SET_PROTO_C1(T) \
+  NYX_API NyxStatus nyxiSet_##T##_C1R(Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize);
+#define NYX_SET_PROTO_CN(T, D, N)                                                          \
+  NYX_API NyxStatus nyxiSet_##T##_##D##R(const Nyx##T value[N], Nyx##T* pDst, int dstStep, \
+                                         NyxiSize roiSize);
+#define NYX_COPY_SET_PROTO_T(T)                                                    \
+  NYX_COPY_PROTO(T, C1) NYX_COPY_PROTO(T, C3) NYX_COPY_PROTO(T, C4) NYX_COPY_PROTO(T, AC4) \
+  NYX_SET_PROTO_C1(T) NYX_SET_PROTO_CN(T, C3, 3) NYX_SET_PROTO_CN(T, C4, 4)        \
+  NYX_SET_PROTO_CN(T, AC4, 3)
+NYX_COPY_SET_PROTO_T(8u)
+NYX_COPY_SET_PROTO_T(16u)
+NYX_COPY_SET_PROTO_T(16s)
+NYX_COPY_SET_PROTO_T(32s)
+NYX_COPY_SET_PROTO_T(32f)
 
 /* END SECTION copy */
 
