@@ -7,7 +7,7 @@ setup:
 demo: setup
 	cmake --preset release >/dev/null
 	cmake --build --preset release --target nyx_demo
-	cd build/release && ./examples/nyx_demo
+	cd build/release && ./examples/nyx_demo demo-out
 
 test: setup
 	cmake --preset release >/dev/null
