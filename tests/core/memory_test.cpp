@@ -109,3 +109,9 @@ TEST(Version, RecordIsExact) {
 }
 
 }  // namespace
+
+extern "C" int nyx_header_c_smoke(void);
+
+namespace {
+TEST(PublicHeader, UsableFromC) { EXPECT_EQ(nyx_header_c_smoke(), 12003); }
+}  // namespace
