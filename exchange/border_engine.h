@@ -1,0 +1,128 @@
+// The extension of one plane: the source rectangle goes to (top, left) of a
+// larger destination and the frame around it is made by a border mode.
+//
+// Each source row becomes a destination row built as left border, source
+// row, right border. Then the rows above and below are whole-row copies of
+// the destination rows they map to (Repl, Wrap, Mirror, MirrorR), or fills
+// (Const). A border pixel is read from the source row or from pixels of
+// the same border already made, never from a pixel still to be written, so
+// the same walk serves the in-place forms, whose source already stands
+// inside the destination and is left as it is.
+//
+// A side wider than one period of the mode's map is made in two steps: the
+// period next to the source through the map, then the rest by copying that
+// period outward in blocks that double each time (dst[x] = dst[x + k*period]).
+// So borders many times wider than the image cost a few block copies a row.
+//
+// No checks here: the frames in border.cpp and border_volume.cpp test
+// everything first.
+#pragma once
+
+#include <cstdint>
+
+#include "core/border/border.h"
+#include "core/frame/frame.h"
+#include "exchange/border_kernels.h"
+
+namespace nyx::border_copy {
+
+struct Plane {
+  const void* src;
+  int64_t src_step;
+  int64_t src_width, src_height;
+  void* dst;  // the whole destination, border included
+  int64_t dst_step;
+  int64_t dst_width, dst_height;
+  int64_t top, left;
+  bool in_place;  // the source already stands at (top, left) of dst
+};
+
+template <class U, int kCh, bool kAlpha>
+struct Extender {
+  static void Copy(const U* s, U* d, int64_t n) { avx2::border::CopyPixels<U, kCh, kAlpha>(s, d, n); }
+  static void Fill(const U* v, U* d, int64_t n) { avx2::border::FillPixels<U, kCh, kAlpha>(v, d, n); }
+
+  // Writes n pixels at d; pixel k takes source pixel map(i0 + k) of row s.
+  static void Mapped(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t i0, int64_t n) {
+    for (int64_t k = 0; k < n;) {
+      const border::Run run = border::RunAt(mode, i0 + k, n_src);
+      const int64_t len = run.len < n - k ? run.len : n - k;
+      const U* from = s + run.src * kCh;
+      if (run.dir > 0) {
+        Copy(from, d + k * kCh, len);
+      } else if (run.dir < 0) {
+        avx2::border::ReversePixels<U, kCh, kAlpha>(from, d + k * kCh, len);
+      } else {
+        Fill(from, d + k * kCh, len);
+      }
+      k += len;
+    }
+  }
+
+  // How many pixels next to the source a side of `width` makes through the
+  // map before the doubling copies take over.
+  static int64_t NearPart(border::Mode mode, int64_t n_src, int64_t width) {
+    const int64_t period = n_src == 1 ? 0 : border::Period(mode, n_src);
+    return period == 0 || width <= period ? width : period;
+  }
+
+  // Left border of one row: d is pixel 0 of the destination row, s the
+  // source row, which starts at pixel `left` of the destination row.
+  static void Left(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t left) {
+    const int64_t near = NearPart(mode, n_src, left);
+    int64_t start = left - near;
+    Mapped(mode, s, n_src, d + start * kCh, -near, near);
+    for (int64_t made = near; start > 0;) {
+      const int64_t c = made < start ? made : start;
+      Copy(d + (start - c + made) * kCh, d + (start - c) * kCh, c);
+      start -= c;
+      made += c;
+    }
+  }
+
+  // Right border of one row: d is its first pixel (just past the source).
+  static void Right(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t right) {
+    const int64_t near = NearPart(mode, n_src, right);
+    Mapped(mode, s, n_src, d, n_src, near);
+    for (int64_t made = near; made < right;) {
+      const int64_t c = made < right - made ? made : right - made;
+      Copy(d, d + made * kCh, c);
+      made += c;
+    }
+  }
+
+  static void Run(const Plane& g, border::Mode mode, const U* value) {
+    const int64_t right = g.dst_width - g.left - g.src_width;
+    const U* src = static_cast<const U*>(g.src);
+    U* dst = static_cast<U*>(g.dst);
+    auto dst_row = [&](int64_t y) { return frame::RowAt(dst, g.dst_step, y); };
+    if (mode == border::kConst) {
+      for (int64_t y = 0; y < g.top; ++y) Fill(value, dst_row(y), g.dst_width);
+      frame::WalkRows(g.src_height, [&](int64_t y) {
+        U* d = dst_row(g.top + y);
+        if (g.left > 0) Fill(value, d, g.left);
+        if (!g.in_place) Copy(frame::RowAt(src, g.src_step, y), d + g.left * kCh, g.src_width);
+        if (right > 0) Fill(value, d + (g.left + g.src_width) * kCh, right);
+      });
+      for (int64_t y = g.top + g.src_height; y < g.dst_height; ++y) {
+        Fill(value, dst_row(y), g.dst_width);
+      }
+      return;
+    }
+    frame::WalkRows(g.src_height, [&](int64_t y) {
+      U* d = dst_row(g.top + y);
+      const U* s = frame::RowAt(src, g.src_step, y);
+      if (!g.in_place) Copy(s, d + g.left * kCh, g.src_width);
+      if (g.left > 0) Left(mode, s, g.src_width, d, g.left);
+      if (right > 0) Right(mode, s, g.src_width, d + (g.left + g.src_width) * kCh, right);
+    });
+    auto copy_mapped_row = [&](int64_t y) {
+      const int64_t sy = border::MapIndex(mode, y - g.top, g.src_height);
+      Copy(dst_row(g.top + sy), dst_row(y), g.dst_width);
+    };
+    for (int64_t y = 0; y < g.top; ++y) copy_mapped_row(y);
+    for (int64_t y = g.top + g.src_height; y < g.dst_height; ++y) copy_mapped_row(y);
+  }
+};
+
+}  // namespace nyx::border_copy
