@@ -45,7 +45,7 @@ struct Extender {
   // Writes n pixels at d; pixel k takes source pixel map(i0 + k) of row s.
   static void Mapped(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t i0, int64_t n) {
     for (int64_t k = 0; k < n;) {
-      const border::Run run = border::RunAt(mode, i0 + k, n_src);
+      const border::MapRun run = border::RunAt(mode, i0 + k, n_src);
       const int64_t len = run.len < n - k ? run.len : n - k;
       const U* from = s + run.src * kCh;
       if (run.dir > 0) {

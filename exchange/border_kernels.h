@@ -32,11 +32,11 @@ NYX_INLINE __m256i AlphaMask() {
   return _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
 }
 
+// The three colour samples of one pixel (byte copies: rows need not be
+// aligned to the sample size).
 template <class U>
 NYX_INLINE void CopyColour(const U* s, U* d) {
-  d[0] = s[0];
-  d[1] = s[1];
-  d[2] = s[2];
+  memcpy(d, s, 3 * sizeof(U));
 }
 
 // d[k] = s[k] for n pixels.

@@ -43,7 +43,7 @@ int64_t Period(Mode mode, int64_t n) {
   }
 }
 
-Run RunAt(Mode mode, int64_t i, int64_t n) {
+MapRun RunAt(Mode mode, int64_t i, int64_t n) {
   constexpr int64_t kForever = INT64_MAX;
   if (n == 1 || mode == kRepl) {
     if (n == 1 || i >= n - 1) return {n - 1, 0, kForever};

@@ -130,11 +130,11 @@ int64_t Period(Mode mode, int64_t n);
 
 // From index i on, the source index starts at `src` and moves by `dir` for
 // `len` indices (len >= 1; INT64_MAX when the run never ends).
-struct Run {
+struct MapRun {
   int64_t src;
   int dir;
   int64_t len;
 };
-Run RunAt(Mode mode, int64_t i, int64_t n);
+MapRun RunAt(Mode mode, int64_t i, int64_t n);
 
 }  // namespace nyx::border
