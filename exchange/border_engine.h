@@ -39,8 +39,39 @@ struct Plane {
 
 template <class U, int kCh, bool kAlpha>
 struct Extender {
-  static void Copy(const U* s, U* d, int64_t n) { avx2::border::CopyPixels<U, kCh, kAlpha>(s, d, n); }
-  static void Fill(const U* v, U* d, int64_t n) { avx2::border::FillPixels<U, kCh, kAlpha>(v, d, n); }
+  static constexpr int kWritten = kAlpha ? 3 : kCh;
+
+  // True when the n pixels at a and at b share a byte.
+  static bool Overlap(const U* a, const U* b, int64_t n) {
+    const uintptr_t pa = reinterpret_cast<uintptr_t>(a), pb = reinterpret_cast<uintptr_t>(b);
+    const uintptr_t bytes = static_cast<uintptr_t>(n) * sizeof(U) * kCh;
+    return pa < pb + bytes && pb < pa + bytes;
+  }
+
+  // Images given in overlapping memory (an R form whose source lies inside
+  // its destination, or rows closer than their width) are moved one sample
+  // at a time in order; a row already where it goes is left alone.
+  static void Copy(const U* s, U* d, int64_t n) {
+    if (s == d) return;
+    if (!Overlap(s, d, n)) return avx2::border::CopyPixels<U, kCh, kAlpha>(s, d, n);
+    for (int64_t x = 0; x < n; ++x) {
+      for (int c = 0; c < kWritten; ++c) d[x * kCh + c] = s[x * kCh + c];
+    }
+  }
+  static void Reverse(const U* s, U* d, int64_t n) {
+    if (!Overlap(s - (n - 1) * kCh, d, n)) {
+      return avx2::border::ReversePixels<U, kCh, kAlpha>(s, d, n);
+    }
+    for (int64_t x = 0; x < n; ++x) {
+      for (int c = 0; c < kWritten; ++c) d[x * kCh + c] = s[c - x * kCh];
+    }
+  }
+  // The value is taken first: it may be a pixel that the fill writes over.
+  static void Fill(const U* v, U* d, int64_t n) {
+    U pixel[kCh] = {};
+    for (int c = 0; c < kWritten; ++c) pixel[c] = v[c];
+    avx2::border::FillPixels<U, kCh, kAlpha>(pixel, d, n);
+  }
 
   // Writes n pixels at d; pixel k takes source pixel map(i0 + k) of row s.
   static void Mapped(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t i0, int64_t n) {
@@ -51,7 +82,7 @@ struct Extender {
       if (run.dir > 0) {
         Copy(from, d + k * kCh, len);
       } else if (run.dir < 0) {
-        avx2::border::ReversePixels<U, kCh, kAlpha>(from, d + k * kCh, len);
+        Reverse(from, d + k * kCh, len);
       } else {
         Fill(from, d + k * kCh, len);
       }

@@ -413,6 +413,20 @@ TEST(CopyBorderEqualPointers, InPlaceRoutes) {
     }
   }
   EXPECT_TRUE(c.OutsideIntact());
+  // With a frame, the source is overwritten as the call goes, but the frame
+  // is still made from the pointer given, and nothing before it is touched.
+  PaddedImage<Nyx32s> e = MakeImage<Nyx32s>(dw, dh, 1);
+  ASSERT_EQ(nyxiCopyConstBorder_32s_C1R(e.roi(), e.step(), {sw, sh}, e.roi(), e.step(), {dw, dh},
+                                        1, 2, -7),
+            nyxStsNoErr);
+  for (int y = 0; y < dh; ++y) {
+    for (int x = 0; x < dw; ++x) {
+      if (y < 1 || y >= 1 + sh || x < 2 || x >= 2 + sw) {
+        EXPECT_EQ(e.at(x, y), -7) << x << "," << y;
+      }
+    }
+  }
+  EXPECT_TRUE(e.OutsideIntact());
 }
 
 // All borders zero is a plain copy.
