@@ -29,10 +29,10 @@ using border::Mode;
 using frame::Layout;
 
 template <class T>
-using Bits = std::conditional_t<
-    sizeof(T) == 1, uint8_t,
-    std::conditional_t<sizeof(T) == 2, uint16_t,
-                       std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
+using Bits =
+    std::conditional_t<sizeof(T) == 1, uint8_t,
+                       std::conditional_t<sizeof(T) == 2, uint16_t,
+                                          std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
 
 struct Shape {
   NyxiSizeL src, dst;
@@ -58,8 +58,8 @@ NyxStatus CheckShape(const Shape& s) {
 template <class T, Layout L>
 void Extend(Mode mode, const T* src, int64_t src_step, T* dst, int64_t dst_step, const Shape& s,
             const T* value, bool in_place) {
-  const Plane plane{src,        src_step,   s.src.width, s.src.height, dst, dst_step,
-                    s.dst.width, s.dst.height, s.top,      s.left,       in_place};
+  const Plane plane{src,         src_step,     s.src.width, s.src.height, dst,     dst_step,
+                    s.dst.width, s.dst.height, s.top,       s.left,       in_place};
   Extender<Bits<T>, frame::kChannels<L>, L == Layout::kAC4>::Run(
       plane, mode, reinterpret_cast<const Bits<T>*>(value));
 }
@@ -101,48 +101,46 @@ NyxStatus ExtendCopy(const T* src, int64_t src_step, T* dst, int64_t dst_step, c
 
 // One border form: R, IR, R_L, IR_L. VP/VA/VPTR are the value parameter, its
 // argument list tail and its pointer (empty/nullptr for modes without one).
-#define NYX_EMIT_BORDER(Op, M, T, D, VP, VA, VPTR)                                               \
-  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##R,                                                 \
-            (const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, Nyx##T* pDst, int dstStep,   \
-             NyxiSize dstRoiSize, int topBorderHeight, int leftBorderWidth VP),                 \
-            (pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, topBorderHeight,             \
-             leftBorderWidth VA)) {                                                             \
-    return nyx::border_copy::ExtendCopy<Nyx##T, nyx::frame::Layout::k##D, M>(                   \
-        pSrc, srcStep, pDst, dstStep,                                                           \
-        nyx::border_copy::Widen(srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth),      \
-        VPTR);                                                                                  \
-  }                                                                                             \
-  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##IR,                                                \
-            (Nyx##T* pSrc, int srcDstStep, NyxiSize srcRoiSize, NyxiSize dstRoiSize,            \
-             int topBorderHeight, int leftBorderWidth VP),                                      \
-            (pSrc, srcDstStep, srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth VA)) {  \
-    return nyx::border_copy::ExtendInPlace<Nyx##T, nyx::frame::Layout::k##D, M>(                \
-        pSrc, srcDstStep,                                                                       \
-        nyx::border_copy::Widen(srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth),      \
-        VPTR);                                                                                  \
-  }                                                                                             \
-  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##R_L,                                               \
-            (const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst,          \
-             NyxSizeL dstStep, NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight,                  \
-             NyxSizeL leftBorderWidth VP),                                                      \
-            (pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, topBorderHeight,             \
-             leftBorderWidth VA)) {                                                             \
-    return nyx::border_copy::ExtendCopy<Nyx##T, nyx::frame::Layout::k##D, M>(                   \
-        pSrc, srcStep, pDst, dstStep,                                                           \
-        {srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth}, VPTR);                      \
-  }                                                                                             \
-  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##IR_L,                                              \
-            (Nyx##T* pSrc, NyxSizeL srcDstStep, NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,     \
-             NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth VP),                            \
-            (pSrc, srcDstStep, srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth VA)) {  \
-    return nyx::border_copy::ExtendInPlace<Nyx##T, nyx::frame::Layout::k##D, M>(                \
-        pSrc, srcDstStep, {srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth}, VPTR);    \
+#define NYX_EMIT_BORDER(Op, M, T, D, VP, VA, VPTR)                                                 \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##R,                                                    \
+            (const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, Nyx##T* pDst, int dstStep,      \
+             NyxiSize dstRoiSize, int topBorderHeight, int leftBorderWidth VP),                    \
+            (pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, topBorderHeight,                \
+             leftBorderWidth VA)) {                                                                \
+    return nyx::border_copy::ExtendCopy<Nyx##T, nyx::frame::Layout::k##D, M>(                      \
+        pSrc, srcStep, pDst, dstStep,                                                              \
+        nyx::border_copy::Widen(srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth), VPTR);  \
+  }                                                                                                \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##IR,                                                   \
+            (Nyx##T * pSrc, int srcDstStep, NyxiSize srcRoiSize, NyxiSize dstRoiSize,              \
+             int topBorderHeight, int leftBorderWidth VP),                                         \
+            (pSrc, srcDstStep, srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth VA)) {     \
+    return nyx::border_copy::ExtendInPlace<Nyx##T, nyx::frame::Layout::k##D, M>(                   \
+        pSrc, srcDstStep,                                                                          \
+        nyx::border_copy::Widen(srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth), VPTR);  \
+  }                                                                                                \
+  NYX_ENTRY(                                                                                       \
+      NyxStatus, nyxi##Op##_##T##_##D##R_L,                                                        \
+      (const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst, NyxSizeL dstStep, \
+       NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth VP),               \
+      (pSrc, srcStep, srcRoiSize, pDst, dstStep, dstRoiSize, topBorderHeight,                      \
+       leftBorderWidth VA)) {                                                                      \
+    return nyx::border_copy::ExtendCopy<Nyx##T, nyx::frame::Layout::k##D, M>(                      \
+        pSrc, srcStep, pDst, dstStep, {srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth},  \
+        VPTR);                                                                                     \
+  }                                                                                                \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##IR_L,                                                 \
+            (Nyx##T * pSrc, NyxSizeL srcDstStep, NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,       \
+             NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth VP),                               \
+            (pSrc, srcDstStep, srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth VA)) {     \
+    return nyx::border_copy::ExtendInPlace<Nyx##T, nyx::frame::Layout::k##D, M>(                   \
+        pSrc, srcDstStep, {srcRoiSize, dstRoiSize, topBorderHeight, leftBorderWidth}, VPTR);       \
   }
 
 #define NYX_COMMA ,
-#define NYX_EMIT_CONST_BORDER(T, D)                                                   \
-  NYX_EMIT_BORDER(CopyConstBorder, nyx::border::kConst, T, D,                         \
-                  NYX_COMMA NYX_BORDER_VALUE_##D(T), NYX_COMMA value, NYX_BORDER_VALUE_PTR_##D)
+#define NYX_EMIT_CONST_BORDER(T, D)                                                              \
+  NYX_EMIT_BORDER(CopyConstBorder, nyx::border::kConst, T, D, NYX_COMMA NYX_BORDER_VALUE_##D(T), \
+                  NYX_COMMA value, NYX_BORDER_VALUE_PTR_##D)
 #define NYX_EMIT_NOVALUE_BORDER(Op, M, T, D) \
   NYX_EMIT_BORDER(Op, M, T, D, , , static_cast<const Nyx##T*>(nullptr))
 #define NYX_EMIT_REPLICATE_BORDER(T, D) \

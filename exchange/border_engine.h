@@ -73,52 +73,68 @@ struct Extender {
     avx2::border::FillPixels<U, kCh, kAlpha>(pixel, d, n);
   }
 
-  // Writes n pixels at d; pixel k takes source pixel map(i0 + k) of row s.
-  static void Mapped(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t i0, int64_t n) {
-    for (int64_t k = 0; k < n;) {
+  // One side of a row, the same for every row: the part next to the source
+  // as up to kMaxPieces runs of the map, then the doubling copies. A part no
+  // longer than one period crosses at most two turns of the map, so three
+  // runs are the most it needs.
+  static constexpr int kMaxPieces = 4;
+  struct Piece {
+    int64_t at, src, len;  // destination offset in the side, source index
+    int dir;
+  };
+  struct Side {
+    int64_t width = 0, near = 0;
+    Piece pieces[kMaxPieces];
+    int count = 0;
+  };
+
+  // The side of `width` pixels whose first pixel has index i0 on the source
+  // axis of n_src pixels; left sides grow leftwards from the source.
+  static Side Plan(border::Mode mode, int64_t n_src, int64_t width, bool left) {
+    Side side;
+    side.width = width;
+    const int64_t period = n_src == 1 ? 0 : border::Period(mode, n_src);
+    side.near = period == 0 || width <= period ? width : period;
+    const int64_t i0 = left ? -side.near : n_src;
+    const int64_t at0 = left ? width - side.near : 0;
+    for (int64_t k = 0; k < side.near && side.count < kMaxPieces;) {
       const border::MapRun run = border::RunAt(mode, i0 + k, n_src);
-      const int64_t len = run.len < n - k ? run.len : n - k;
-      const U* from = s + run.src * kCh;
-      if (run.dir > 0) {
-        Copy(from, d + k * kCh, len);
-      } else if (run.dir < 0) {
-        Reverse(from, d + k * kCh, len);
-      } else {
-        Fill(from, d + k * kCh, len);
-      }
+      const int64_t len = run.len < side.near - k ? run.len : side.near - k;
+      side.pieces[side.count++] = {at0 + k, run.src, len, run.dir};
       k += len;
     }
+    return side;
   }
 
-  // How many pixels next to the source a side of `width` makes through the
-  // map before the doubling copies take over.
-  static int64_t NearPart(border::Mode mode, int64_t n_src, int64_t width) {
-    const int64_t period = n_src == 1 ? 0 : border::Period(mode, n_src);
-    return period == 0 || width <= period ? width : period;
-  }
-
-  // Left border of one row: d is pixel 0 of the destination row, s the
-  // source row, which starts at pixel `left` of the destination row.
-  static void Left(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t left) {
-    const int64_t near = NearPart(mode, n_src, left);
-    int64_t start = left - near;
-    Mapped(mode, s, n_src, d + start * kCh, -near, near);
-    for (int64_t made = near; start > 0;) {
-      const int64_t c = made < start ? made : start;
-      Copy(d + (start - c + made) * kCh, d + (start - c) * kCh, c);
-      start -= c;
-      made += c;
+  // Makes one side: d is the side's first pixel, s the source row.
+  static void MakeSide(const Side& side, const U* s, U* d, bool left) {
+    for (int i = 0; i < side.count; ++i) {
+      const Piece& p = side.pieces[i];
+      const U* from = s + p.src * kCh;
+      U* to = d + p.at * kCh;
+      if (p.dir > 0) {
+        Copy(from, to, p.len);
+      } else if (p.dir < 0) {
+        Reverse(from, to, p.len);
+      } else {
+        Fill(from, to, p.len);
+      }
     }
-  }
-
-  // Right border of one row: d is its first pixel (just past the source).
-  static void Right(border::Mode mode, const U* s, int64_t n_src, U* d, int64_t right) {
-    const int64_t near = NearPart(mode, n_src, right);
-    Mapped(mode, s, n_src, d, n_src, near);
-    for (int64_t made = near; made < right;) {
-      const int64_t c = made < right - made ? made : right - made;
-      Copy(d, d + made * kCh, c);
-      made += c;
+    // The rest repeats the part made, in blocks that double each time.
+    if (left) {
+      int64_t start = side.width - side.near;
+      for (int64_t made = side.near; start > 0;) {
+        const int64_t c = made < start ? made : start;
+        Copy(d + (start - c + made) * kCh, d + (start - c) * kCh, c);
+        start -= c;
+        made += c;
+      }
+    } else {
+      for (int64_t made = side.near; made < side.width;) {
+        const int64_t c = made < side.width - made ? made : side.width - made;
+        Copy(d, d + made * kCh, c);
+        made += c;
+      }
     }
   }
 
@@ -140,12 +156,14 @@ struct Extender {
       }
       return;
     }
+    const Side left_side = Plan(mode, g.src_width, g.left, true);
+    const Side right_side = Plan(mode, g.src_width, right, false);
     frame::WalkRows(g.src_height, [&](int64_t y) {
       U* d = dst_row(g.top + y);
       const U* s = frame::RowAt(src, g.src_step, y);
       if (!g.in_place) Copy(s, d + g.left * kCh, g.src_width);
-      if (g.left > 0) Left(mode, s, g.src_width, d, g.left);
-      if (right > 0) Right(mode, s, g.src_width, d + (g.left + g.src_width) * kCh, right);
+      if (g.left > 0) MakeSide(left_side, s, d, true);
+      if (right > 0) MakeSide(right_side, s, d + (g.left + g.src_width) * kCh, false);
     });
     auto copy_mapped_row = [&](int64_t y) {
       const int64_t sy = border::MapIndex(mode, y - g.top, g.src_height);

@@ -26,10 +26,10 @@ namespace {
 using border::Mode;
 
 template <class T>
-using Bits = std::conditional_t<
-    sizeof(T) == 1, uint8_t,
-    std::conditional_t<sizeof(T) == 2, uint16_t,
-                       std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
+using Bits =
+    std::conditional_t<sizeof(T) == 1, uint8_t,
+                       std::conditional_t<sizeof(T) == 2, uint16_t,
+                                          std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
 
 struct Image3 {
   int64_t plane_step, step;
@@ -60,9 +60,17 @@ void Run(Mode mode, const U* src, const Image3& s, U* dst, const Image3& d, int6
     }
   }
   for (int64_t z = 0; z < s.extent.depth; ++z) {
-    const Plane plane{PlaneAt(src, s.plane_step, z), s.step, s.extent.width, s.extent.height,
-                      PlaneAt(dst, d.plane_step, front + z), d.step, dw, d.extent.height,
-                      top, left, false};
+    const Plane plane{PlaneAt(src, s.plane_step, z),
+                      s.step,
+                      s.extent.width,
+                      s.extent.height,
+                      PlaneAt(dst, d.plane_step, front + z),
+                      d.step,
+                      dw,
+                      d.extent.height,
+                      top,
+                      left,
+                      false};
     E::Run(plane, mode, value);
   }
   for (int64_t z = 0; z < d.extent.depth; ++z) {
@@ -100,35 +108,35 @@ NyxStatus ExtendVolume(const T* src, const Image3& s, T* dst, const Image3& d, i
 }  // namespace
 }  // namespace nyx::border_copy
 
-#define NYX_EMIT_VOLUME_BORDER(Op, M, T, VP, VA, VPTR)                                           \
-  NYX_ENTRY(NyxStatus, nyxr##Op##_##T##_C1V,                                                    \
-            (const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume,        \
-             Nyx##T* pDst, int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume,              \
-             int topBorderHeight, int leftBorderWidth, int forwardBorderDepth VP),              \
-            (pSrc, srcPlaneStep, srcStep, srcRoiVolume, pDst, dstPlaneStep, dstStep,            \
-             dstRoiVolume, topBorderHeight, leftBorderWidth, forwardBorderDepth VA)) {          \
-    return nyx::border_copy::ExtendVolume<Nyx##T, M>(                                           \
-        pSrc, {srcPlaneStep, srcStep, nyx::border_copy::Widen(srcRoiVolume)}, pDst,             \
-        {dstPlaneStep, dstStep, nyx::border_copy::Widen(dstRoiVolume)}, topBorderHeight,        \
-        leftBorderWidth, forwardBorderDepth, VPTR);                                             \
-  }                                                                                             \
-  NYX_ENTRY(NyxStatus, nyxr##Op##_##T##_C1V_L,                                                  \
-            (const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,         \
-             NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                 \
-             NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,      \
-             NyxSizeL forwardBorderDepth VP),                                                   \
-            (pSrc, srcPlaneStep, srcStep, pDst, dstPlaneStep, dstStep, srcRoiVolume,            \
-             dstRoiVolume, topBorderHeight, leftBorderWidth, forwardBorderDepth VA)) {          \
-    return nyx::border_copy::ExtendVolume<Nyx##T, M>(                                           \
-        pSrc, {srcPlaneStep, srcStep, srcRoiVolume}, pDst, {dstPlaneStep, dstStep, dstRoiVolume}, \
-        topBorderHeight, leftBorderWidth, forwardBorderDepth, VPTR);                            \
+#define NYX_EMIT_VOLUME_BORDER(Op, M, T, VP, VA, VPTR)                                             \
+  NYX_ENTRY(NyxStatus, nyxr##Op##_##T##_C1V,                                                       \
+            (const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume,           \
+             Nyx##T* pDst, int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume,                 \
+             int topBorderHeight, int leftBorderWidth, int forwardBorderDepth VP),                 \
+            (pSrc, srcPlaneStep, srcStep, srcRoiVolume, pDst, dstPlaneStep, dstStep, dstRoiVolume, \
+             topBorderHeight, leftBorderWidth, forwardBorderDepth VA)) {                           \
+    return nyx::border_copy::ExtendVolume<Nyx##T, M>(                                              \
+        pSrc, {srcPlaneStep, srcStep, nyx::border_copy::Widen(srcRoiVolume)}, pDst,                \
+        {dstPlaneStep, dstStep, nyx::border_copy::Widen(dstRoiVolume)}, topBorderHeight,           \
+        leftBorderWidth, forwardBorderDepth, VPTR);                                                \
+  }                                                                                                \
+  NYX_ENTRY(NyxStatus, nyxr##Op##_##T##_C1V_L,                                                     \
+            (const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,            \
+             NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                    \
+             NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,         \
+             NyxSizeL forwardBorderDepth VP),                                                      \
+            (pSrc, srcPlaneStep, srcStep, pDst, dstPlaneStep, dstStep, srcRoiVolume, dstRoiVolume, \
+             topBorderHeight, leftBorderWidth, forwardBorderDepth VA)) {                           \
+    return nyx::border_copy::ExtendVolume<Nyx##T, M>(                                              \
+        pSrc, {srcPlaneStep, srcStep, srcRoiVolume}, pDst, {dstPlaneStep, dstStep, dstRoiVolume},  \
+        topBorderHeight, leftBorderWidth, forwardBorderDepth, VPTR);                               \
   }
 
 #define NYX_VOLUME_COMMA ,
-#define NYX_EMIT_VOLUME_CONST(T)                                       \
-  NYX_EMIT_VOLUME_BORDER(CopyConstBorder, nyx::border::kConst, T,      \
+#define NYX_EMIT_VOLUME_CONST(T)                                  \
+  NYX_EMIT_VOLUME_BORDER(CopyConstBorder, nyx::border::kConst, T, \
                          NYX_VOLUME_COMMA const Nyx##T* pValue, NYX_VOLUME_COMMA pValue, pValue)
-#define NYX_EMIT_VOLUME_REPLICATE(T)                                 \
+#define NYX_EMIT_VOLUME_REPLICATE(T)                                     \
   NYX_EMIT_VOLUME_BORDER(CopyReplicateBorder, nyx::border::kRepl, T, , , \
                          static_cast<const Nyx##T*>(nullptr))
 

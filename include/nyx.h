@@ -405,7 +405,8 @@ NYX_COPY_SET_PROTO_T(32f)
 #define NYX_COPY_BORDER_PROTO_T(T)                                                              \
   NYX_COPY_CONST_BORDER_PROTO(T, C1) NYX_COPY_CONST_BORDER_PROTO(T, C3)                         \
   NYX_COPY_CONST_BORDER_PROTO(T, C4) NYX_COPY_CONST_BORDER_PROTO(T, AC4)                        \
-  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C1) NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C3) \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C1)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C3)                                             \
   NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C4)                                             \
   NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, AC4)                                            \
   NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C1) NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C3) \

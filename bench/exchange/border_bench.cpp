@@ -27,7 +27,8 @@ struct Images {
   int src_step = kW * kCh * static_cast<int>(sizeof(T));
   int dst_step = (kW + 2 * kB) * kCh * static_cast<int>(sizeof(T));
   Images()
-      : src(static_cast<size_t>(kW) * kH * kCh), dst(static_cast<size_t>(kW + 2 * kB) * (kH + 2 * kB) * kCh) {
+      : src(static_cast<size_t>(kW) * kH * kCh),
+        dst(static_cast<size_t>(kW + 2 * kB) * (kH + 2 * kB) * kCh) {
     for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<T>(i * 7 % 251);
   }
 };
@@ -35,26 +36,26 @@ struct Images {
 template <class T, int kCh>
 NyxStatus CallNyx(Kind kind, Images<T, kCh>& im);
 
-#define NYX_BENCH_CALLS(T, D, CH)                                                              \
-  template <>                                                                                  \
-  NyxStatus CallNyx<Nyx##T, CH>(Kind kind, Images<Nyx##T, CH> & im) {                          \
-    const NyxiSize s{kW, kH}, d{kW + 2 * kB, kH + 2 * kB};                                     \
-    const Nyx##T* src = im.src.data();                                                         \
-    Nyx##T* dst = im.dst.data();                                                               \
-    switch (kind) {                                                                            \
-      case Kind::kConst:                                                                       \
-        return nyxiCopyConstBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d, kB,  \
-                                                kB, NYX_BENCH_VALUE_##D(T));                   \
-      case Kind::kRepl:                                                                        \
-        return nyxiCopyReplicateBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d,  \
-                                                    kB, kB);                                   \
-      case Kind::kMirror:                                                                      \
-        return nyxiCopyMirrorBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d, kB, \
-                                                 kB);                                          \
-      case Kind::kWrap:                                                                        \
-        return NYX_BENCH_WRAP_##T(src, im.src_step, s, dst, im.dst_step, d, kB, kB);           \
-    }                                                                                          \
-    return nyxStsErr;                                                                          \
+#define NYX_BENCH_CALLS(T, D, CH)                                                                 \
+  template <>                                                                                     \
+  NyxStatus CallNyx<Nyx##T, CH>(Kind kind, Images<Nyx##T, CH> & im) {                             \
+    const NyxiSize s{kW, kH}, d{kW + 2 * kB, kH + 2 * kB};                                        \
+    const Nyx##T* src = im.src.data();                                                            \
+    Nyx##T* dst = im.dst.data();                                                                  \
+    switch (kind) {                                                                               \
+      case Kind::kConst:                                                                          \
+        return nyxiCopyConstBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d, kB, kB, \
+                                                NYX_BENCH_VALUE_##D(T));                          \
+      case Kind::kRepl:                                                                           \
+        return nyxiCopyReplicateBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d, kB, \
+                                                    kB);                                          \
+      case Kind::kMirror:                                                                         \
+        return nyxiCopyMirrorBorder_##T##_##D##R(src, im.src_step, s, dst, im.dst_step, d, kB,    \
+                                                 kB);                                             \
+      case Kind::kWrap:                                                                           \
+        return NYX_BENCH_WRAP_##T(src, im.src_step, s, dst, im.dst_step, d, kB, kB);              \
+    }                                                                                             \
+    return nyxStsErr;                                                                             \
   }
 
 const Nyx8u kValue8[3] = {1, 2, 3};
@@ -62,9 +63,10 @@ const Nyx8u kValue8[3] = {1, 2, 3};
 #define NYX_BENCH_VALUE_C3(T) kValue8
 // The 8u forms have no Wrap: the 32s form moves the same bytes for C1 rows
 // whose byte width is a multiple of 4, so it stands in for the 8u workload.
-#define NYX_BENCH_WRAP_8u(src, ss, s, dst, ds, d, t, l)                                        \
+#define NYX_BENCH_WRAP_8u(src, ss, s, dst, ds, d, t, l)                                         \
   nyxiCopyWrapBorder_32s_C1R(reinterpret_cast<const Nyx32s*>(src), ss, {s.width / 4, s.height}, \
-                             reinterpret_cast<Nyx32s*>(dst), ds, {d.width / 4, d.height}, t, l / 4)
+                             reinterpret_cast<Nyx32s*>(dst), ds, {d.width / 4, d.height}, t,    \
+                             l / 4)
 #define NYX_BENCH_WRAP_32f(src, ss, s, dst, ds, d, t, l) \
   nyxiCopyWrapBorder_32f_C1R(src, ss, s, dst, ds, d, t, l)
 

@@ -65,8 +65,8 @@ TEST(BorderWord, EveryByteWordAgainstTheRule) {
 
 TEST(BorderWord, HighBitsAreRefusedBeforeTheMode) {
   Border b;
-  for (uint32_t word : {0x100u, 0x101u, 0x1F0u, 0x10F0u, 0x30F0u, 0x1001u, 0x80000001u,
-                        0xFFFFFFFFu}) {
+  for (uint32_t word :
+       {0x100u, 0x101u, 0x1F0u, 0x10F0u, 0x30F0u, 0x1001u, 0x80000001u, 0xFFFFFFFFu}) {
     for (const Family& f : Families()) EXPECT_EQ(Decode(word, f.set, &b), nyxStsBorderErr) << word;
   }
 }
@@ -137,7 +137,8 @@ TEST(BorderMap, NamedSequences) {
   for (int k = 0; k < 7; ++k) EXPECT_EQ(WrapIndex(k - 2, 3), wrap[k]) << k;
   // Width 1: every mode gives the single pixel.
   for (Mode m : kMapModes) {
-    for (int64_t i : {int64_t{-1000000007}, int64_t{-2}, int64_t{-1}, int64_t{0}, int64_t{1}, int64_t{5}, INT64_MAX}) {
+    for (int64_t i : {int64_t{-1000000007}, int64_t{-2}, int64_t{-1}, int64_t{0}, int64_t{1},
+                      int64_t{5}, INT64_MAX}) {
       EXPECT_EQ(MapIndex(m, i, 1), 0) << m << " " << i;
     }
   }
@@ -147,8 +148,9 @@ TEST(BorderMap, NamedSequences) {
 
 TEST(BorderMap, FarIndicesFollowThePeriod) {
   // An index far away gives what its remainder near the image gives.
-  const int64_t far[] = {INT64_MIN, INT64_MIN + 1, -(int64_t{1} << 40) - 3, (int64_t{1} << 50) + 11,
-                         INT64_MAX - 1, INT64_MAX};
+  const int64_t far[] = {
+      INT64_MIN,     INT64_MIN + 1, -(int64_t{1} << 40) - 3, (int64_t{1} << 50) + 11,
+      INT64_MAX - 1, INT64_MAX};
   for (Mode m : {kWrap, kMirror, kMirrorR}) {
     for (int64_t n : {2, 3, 7, 1920, 33554431}) {
       const int64_t p = Period(m, n);

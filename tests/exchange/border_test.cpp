@@ -1,6 +1,8 @@
 // Border copies of images: every form through the public API against the
 // index model, then the order of the argument tests and the equal-pointer
 // routes.
+#include "tests/support/ref/border.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -15,7 +17,6 @@
 #include "nyx.h"
 #include "tests/support/guarded.h"
 #include "tests/support/image.h"
-#include "tests/support/ref/border.h"
 #include "tests/support/status_table.h"
 
 namespace nyx::test {
@@ -79,9 +80,9 @@ template <class T>
         }
         if (!SameBits(dst.at(x, y, c), want)) {
           return ::testing::AssertionFailure()
-                 << "pixel (" << x << ", " << y << ") channel " << c << " of " << dst.width()
-                 << "x" << dst.height() << " from " << sw << "x" << sh << " top " << fr.top
-                 << " left " << fr.left;
+                 << "pixel (" << x << ", " << y << ") channel " << c << " of " << dst.width() << "x"
+                 << dst.height() << " from " << sw << "x" << sh << " top " << fr.top << " left "
+                 << fr.left;
         }
       }
     }
@@ -100,15 +101,14 @@ void CheckFrame(const Form<T>& f, int sw, int sh, const Frame& fr, std::mt19937&
   T value[4];
   for (T& v : value) v = PaddedImage<T>::RandomSample(rng);
   const T* vp = f.mode == BorderMode::kConst ? value : nullptr;
-  SCOPED_TRACE(::testing::Message() << sw << "x" << sh << " t" << fr.top << " l" << fr.left
-                                    << " r" << fr.right << " b" << fr.bottom);
+  SCOPED_TRACE(::testing::Message() << sw << "x" << sh << " t" << fr.top << " l" << fr.left << " r"
+                                    << fr.right << " b" << fr.bottom);
   for (int wide = 0; wide < 2; ++wide) {
     PaddedImage<T> dst = MakeImage<T>(dw, dh, f.channels);
     const PaddedImage<T> before = dst;
-    const NyxStatus st = wide ? f.r_l(src.roi(), src.step(), ssl, dst.roi(), dst.step(), dsl,
-                                      fr.top, fr.left, vp)
-                              : f.r(src.roi(), src.step(), ss, dst.roi(), dst.step(), ds, fr.top,
-                                    fr.left, vp);
+    const NyxStatus st =
+        wide ? f.r_l(src.roi(), src.step(), ssl, dst.roi(), dst.step(), dsl, fr.top, fr.left, vp)
+             : f.r(src.roi(), src.step(), ss, dst.roi(), dst.step(), ds, fr.top, fr.left, vp);
     ASSERT_EQ(st, nyxStsNoErr) << (wide ? "R_L" : "R");
     ASSERT_TRUE(MatchesModel(f, src, before, dst, fr, value)) << (wide ? "R_L" : "R");
   }
@@ -136,9 +136,8 @@ void CheckForm(const Form<T>& f) {
   for (int sw = 1; sw <= 9; ++sw) {
     for (int sh = 1; sh <= 9; ++sh) {
       std::uniform_int_distribution<int> bx(0, 3 * sw), by(0, 3 * sh);
-      const Frame frames[] = {{0, 0, 0, 0},
-                              {3 * sh, 3 * sw, 3 * sw, 3 * sh},
-                              {by(rng), bx(rng), bx(rng), by(rng)}};
+      const Frame frames[] = {
+          {0, 0, 0, 0}, {3 * sh, 3 * sw, 3 * sw, 3 * sh}, {by(rng), bx(rng), bx(rng), by(rng)}};
       for (const Frame& fr : frames) {
         CheckFrame(f, sw, sh, fr, rng);
         if (::testing::Test::HasFatalFailure()) return;
@@ -164,24 +163,26 @@ struct FormCase {
 #define NYX_TCH_C4 4
 #define NYX_TCH_AC4 4
 
-#define NYX_TEST_FORM(Op, MODE, T, D, VA)                                                        \
-  FormCase{#Op "_" #T "_" #D, [] {                                                               \
-             using S = Nyx##T;                                                                   \
-             const Form<S> f{                                                                    \
-                 MODE, NYX_TCH_##D, std::string(#D) == "AC4",                                    \
-                 [](const S* s, int ss, NyxiSize sz, S* d, int ds, NyxiSize dz, int t, int l,   \
-                    const S* v) { return nyxi##Op##_##T##_##D##R(s, ss, sz, d, ds, dz, t, l VA); }, \
-                 [](S* s, int ss, NyxiSize sz, NyxiSize dz, int t, int l, const S* v) {          \
-                   return nyxi##Op##_##T##_##D##IR(s, ss, sz, dz, t, l VA);                      \
-                 },                                                                              \
-                 [](const S* s, NyxSizeL ss, NyxiSizeL sz, S* d, NyxSizeL ds, NyxiSizeL dz,      \
-                    NyxSizeL t, NyxSizeL l, const S* v) {                                        \
-                   return nyxi##Op##_##T##_##D##R_L(s, ss, sz, d, ds, dz, t, l VA);              \
-                 },                                                                              \
-                 [](S* s, NyxSizeL ss, NyxiSizeL sz, NyxiSizeL dz, NyxSizeL t, NyxSizeL l,       \
-                    const S* v) { return nyxi##Op##_##T##_##D##IR_L(s, ss, sz, dz, t, l VA); }}; \
-             CheckForm(f);                                                                       \
-           }},
+#define NYX_TEST_FORM(Op, MODE, T, D, VA)                                                          \
+  FormCase{                                                                                        \
+      #Op "_" #T "_" #D, [] {                                                                      \
+        using S = Nyx##T;                                                                          \
+        const Form<S> f{                                                                           \
+            MODE,                                                                                  \
+            NYX_TCH_##D,                                                                           \
+            std::string(#D) == "AC4",                                                              \
+            [](const S* s, int ss, NyxiSize sz, S* d, int ds, NyxiSize dz, int t, int l,           \
+               const S* v) { return nyxi##Op##_##T##_##D##R(s, ss, sz, d, ds, dz, t, l VA); },     \
+            [](S* s, int ss, NyxiSize sz, NyxiSize dz, int t, int l, const S* v) {                 \
+              return nyxi##Op##_##T##_##D##IR(s, ss, sz, dz, t, l VA);                             \
+            },                                                                                     \
+            [](const S* s, NyxSizeL ss, NyxiSizeL sz, S* d, NyxSizeL ds, NyxiSizeL dz, NyxSizeL t, \
+               NyxSizeL l,                                                                         \
+               const S* v) { return nyxi##Op##_##T##_##D##R_L(s, ss, sz, d, ds, dz, t, l VA); },   \
+            [](S* s, NyxSizeL ss, NyxiSizeL sz, NyxiSizeL dz, NyxSizeL t, NyxSizeL l,              \
+               const S* v) { return nyxi##Op##_##T##_##D##IR_L(s, ss, sz, dz, t, l VA); }};        \
+        CheckForm(f);                                                                              \
+      }},
 
 #define NYX_TCOMMA ,
 #define NYX_TEST_CONST(T, D) \
@@ -209,36 +210,51 @@ TEST(CopyBorderForms, Wrap) { RunAll({NYX_COPY_WRAP_BORDER_FORMS(NYX_TEST_WRAP)}
 
 TEST(CopyBorderWide, LongRowsAndWideBorders) {
   std::mt19937 rng(99);
-  const Form<Nyx8u> mirror{BorderMode::kMirror, 1, false,
-                           [](const Nyx8u* s, int ss, NyxiSize sz, Nyx8u* d, int ds, NyxiSize dz,
-                              int t, int l, const Nyx8u*) {
-                             return nyxiCopyMirrorBorder_8u_C1R(s, ss, sz, d, ds, dz, t, l);
-                           },
-                           nullptr, nullptr, nullptr};
-  const Form<Nyx16u> mirror16{BorderMode::kMirror, 4, false,
-                              [](const Nyx16u* s, int ss, NyxiSize sz, Nyx16u* d, int ds,
-                                 NyxiSize dz, int t, int l, const Nyx16u*) {
-                                return nyxiCopyMirrorBorder_16u_C4R(s, ss, sz, d, ds, dz, t, l);
-                              },
-                              nullptr, nullptr, nullptr};
-  const Form<Nyx32f> wrap{BorderMode::kWrap, 1, false,
-                          [](const Nyx32f* s, int ss, NyxiSize sz, Nyx32f* d, int ds, NyxiSize dz,
-                             int t, int l, const Nyx32f*) {
-                            return nyxiCopyWrapBorder_32f_C1R(s, ss, sz, d, ds, dz, t, l);
-                          },
-                          nullptr, nullptr, nullptr};
-  const Form<Nyx16s> repl{BorderMode::kRepl, 4, true,
-                          [](const Nyx16s* s, int ss, NyxiSize sz, Nyx16s* d, int ds, NyxiSize dz,
-                             int t, int l, const Nyx16s*) {
-                            return nyxiCopyReplicateBorder_16s_AC4R(s, ss, sz, d, ds, dz, t, l);
-                          },
-                          nullptr, nullptr, nullptr};
-  const Form<Nyx8u> konst{BorderMode::kConst, 3, false,
-                          [](const Nyx8u* s, int ss, NyxiSize sz, Nyx8u* d, int ds, NyxiSize dz,
-                             int t, int l, const Nyx8u* v) {
-                            return nyxiCopyConstBorder_8u_C3R(s, ss, sz, d, ds, dz, t, l, v);
-                          },
-                          nullptr, nullptr, nullptr};
+  const Form<Nyx8u> mirror{
+      BorderMode::kMirror,
+      1,
+      false,
+      [](const Nyx8u* s, int ss, NyxiSize sz, Nyx8u* d, int ds, NyxiSize dz, int t, int l,
+         const Nyx8u*) { return nyxiCopyMirrorBorder_8u_C1R(s, ss, sz, d, ds, dz, t, l); },
+      nullptr,
+      nullptr,
+      nullptr};
+  const Form<Nyx16u> mirror16{
+      BorderMode::kMirror,
+      4,
+      false,
+      [](const Nyx16u* s, int ss, NyxiSize sz, Nyx16u* d, int ds, NyxiSize dz, int t, int l,
+         const Nyx16u*) { return nyxiCopyMirrorBorder_16u_C4R(s, ss, sz, d, ds, dz, t, l); },
+      nullptr,
+      nullptr,
+      nullptr};
+  const Form<Nyx32f> wrap{
+      BorderMode::kWrap,
+      1,
+      false,
+      [](const Nyx32f* s, int ss, NyxiSize sz, Nyx32f* d, int ds, NyxiSize dz, int t, int l,
+         const Nyx32f*) { return nyxiCopyWrapBorder_32f_C1R(s, ss, sz, d, ds, dz, t, l); },
+      nullptr,
+      nullptr,
+      nullptr};
+  const Form<Nyx16s> repl{
+      BorderMode::kRepl,
+      4,
+      true,
+      [](const Nyx16s* s, int ss, NyxiSize sz, Nyx16s* d, int ds, NyxiSize dz, int t, int l,
+         const Nyx16s*) { return nyxiCopyReplicateBorder_16s_AC4R(s, ss, sz, d, ds, dz, t, l); },
+      nullptr,
+      nullptr,
+      nullptr};
+  const Form<Nyx8u> konst{
+      BorderMode::kConst,
+      3,
+      false,
+      [](const Nyx8u* s, int ss, NyxiSize sz, Nyx8u* d, int ds, NyxiSize dz, int t, int l,
+         const Nyx8u* v) { return nyxiCopyConstBorder_8u_C3R(s, ss, sz, d, ds, dz, t, l, v); },
+      nullptr,
+      nullptr,
+      nullptr};
   auto one = [&](const auto& f, auto sample, int sw, int sh, Frame fr) {
     using T = decltype(sample);
     PaddedImage<T> src = MakeImage<T>(sw, sh, f.channels);
@@ -248,8 +264,8 @@ TEST(CopyBorderWide, LongRowsAndWideBorders) {
     const int dw = fr.left + sw + fr.right, dh = fr.top + sh + fr.bottom;
     PaddedImage<T> dst = MakeImage<T>(dw, dh, f.channels);
     const PaddedImage<T> before = dst;
-    ASSERT_EQ(f.r(src.roi(), src.step(), {sw, sh}, dst.roi(), dst.step(), {dw, dh}, fr.top,
-                  fr.left, value),
+    ASSERT_EQ(f.r(src.roi(), src.step(), {sw, sh}, dst.roi(), dst.step(), {dw, dh}, fr.top, fr.left,
+                  value),
               nyxStsNoErr);
     EXPECT_TRUE(MatchesModel(f, src, before, dst, fr, value)) << sw << "x" << sh;
   };
@@ -280,26 +296,72 @@ TEST(CopyBorderStatus, ReplicateAndMirrorOrder) {
   using Fn = NyxStatus (*)(const Nyx8u*, int, NyxiSize, Nyx8u*, int, NyxiSize, int, int);
   for (Fn fn : {&nyxiCopyReplicateBorder_8u_C1R, &nyxiCopyMirrorBorder_8u_C1R}) {
     ExpectStatuses({
-        {"null src before step", [&] { return fn(nullptr, 0, {4, 3}, d, ds, {8, 6}, 1, 1); },
+        {"null src before step",
+         [&] {
+           return fn(nullptr, 0, {4, 3}, d, ds, {8, 6}, 1, 1);
+         },
          nyxStsNullPtrErr},
-        {"null dst", [&] { return fn(s, ss, {4, 3}, nullptr, ds, {8, 6}, 1, 1); },
+        {"null dst",
+         [&] {
+           return fn(s, ss, {4, 3}, nullptr, ds, {8, 6}, 1, 1);
+         },
          nyxStsNullPtrErr},
-        {"src step 0 before size", [&] { return fn(s, 0, {0, 3}, d, ds, {8, 6}, 1, 1); },
+        {"src step 0 before size",
+         [&] {
+           return fn(s, 0, {0, 3}, d, ds, {8, 6}, 1, 1);
+         },
          nyxStsStepErr},
-        {"dst step -1", [&] { return fn(s, ss, {4, 3}, d, -1, {8, 6}, 1, 1); }, nyxStsStepErr},
-        {"src width 0 before top", [&] { return fn(s, ss, {0, 3}, d, ds, {8, 6}, -1, 1); },
+        {"dst step -1",
+         [&] {
+           return fn(s, ss, {4, 3}, d, -1, {8, 6}, 1, 1);
+         },
+         nyxStsStepErr},
+        {"src width 0 before top",
+         [&] {
+           return fn(s, ss, {0, 3}, d, ds, {8, 6}, -1, 1);
+         },
          nyxStsSizeErr},
-        {"dst height 0", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 0}, 1, 1); }, nyxStsSizeErr},
-        {"top -1", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 6}, -1, 1); }, nyxStsSizeErr},
-        {"left -1", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, -1); }, nyxStsSizeErr},
-        {"too wide", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, 5); }, nyxStsSizeErr},
-        {"too high", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 6}, 4, 1); }, nyxStsSizeErr},
-        {"left so large the sum wraps", [&] { return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, INT_MAX); },
+        {"dst height 0",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 0}, 1, 1);
+         },
          nyxStsSizeErr},
-        {"equal null pointers", [&] { return fn(nullptr, 1, {4, 3}, nullptr, ds, {8, 6}, 1, 1); },
+        {"top -1",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 6}, -1, 1);
+         },
+         nyxStsSizeErr},
+        {"left -1",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, -1);
+         },
+         nyxStsSizeErr},
+        {"too wide",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, 5);
+         },
+         nyxStsSizeErr},
+        {"too high",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 6}, 4, 1);
+         },
+         nyxStsSizeErr},
+        {"left so large the sum wraps",
+         [&] {
+           return fn(s, ss, {4, 3}, d, ds, {8, 6}, 1, INT_MAX);
+         },
+         nyxStsSizeErr},
+        {"equal null pointers",
+         [&] {
+           return fn(nullptr, 1, {4, 3}, nullptr, ds, {8, 6}, 1, 1);
+         },
          nyxStsNullPtrErr},
-        // Equal pointers go in place first: the in-place step test sees dstStep.
-        {"equal pointers, dst step 0", [&] { return fn(d, ss, {4, 3}, d, 0, {8, 6}, 1, 1); },
+        // Equal pointers go in place first: the in-place step test sees
+        // dstStep.
+        {"equal pointers, dst step 0",
+         [&] {
+           return fn(d, ss, {4, 3}, d, 0, {8, 6}, 1, 1);
+         },
          nyxStsStepErr},
     });
     EXPECT_TRUE(dst.SameAs(snap));
@@ -321,31 +383,51 @@ TEST(CopyBorderStatus, WrapAndConstOrder) {
   ExpectStatuses({
       // Wrap tests before it looks at equal pointers, with both steps.
       {"wrap equal pointers, src step -5",
-       [&] { return nyxiCopyWrapBorder_32s_C1R(d, -5, {4, 3}, d, ds, {8, 6}, 1, 1); },
+       [&] {
+         return nyxiCopyWrapBorder_32s_C1R(d, -5, {4, 3}, d, ds, {8, 6}, 1, 1);
+       },
        nyxStsStepErr},
       {"wrap equal pointers, too wide",
-       [&] { return nyxiCopyWrapBorder_32s_C1R(d, ds, {4, 3}, d, ds, {8, 6}, 1, 5); },
+       [&] {
+         return nyxiCopyWrapBorder_32s_C1R(d, ds, {4, 3}, d, ds, {8, 6}, 1, 5);
+       },
        nyxStsSizeErr},
-      {"wrap null", [&] { return nyxiCopyWrapBorder_32s_C1R(s, 0, {0, 3}, nullptr, ds, {8, 6}, 1, 1); },
+      {"wrap null",
+       [&] {
+         return nyxiCopyWrapBorder_32s_C1R(s, 0, {0, 3}, nullptr, ds, {8, 6}, 1, 1);
+       },
        nyxStsNullPtrErr},
-      {"wrap IR step", [&] { return nyxiCopyWrapBorder_32s_C1IR(d, 0, {4, 3}, {8, 6}, 1, 1); },
+      {"wrap IR step",
+       [&] {
+         return nyxiCopyWrapBorder_32s_C1IR(d, 0, {4, 3}, {8, 6}, 1, 1);
+       },
        nyxStsStepErr},
       {"wrap IR_L null",
-       [&] { return nyxiCopyWrapBorder_32s_C1IR_L(nullptr, 0, {4, 3}, {8, 6}, 1, 1); },
+       [&] {
+         return nyxiCopyWrapBorder_32s_C1IR_L(nullptr, 0, {4, 3}, {8, 6}, 1, 1);
+       },
        nyxStsNullPtrErr},
       // Const never goes in place: equal pointers with a bad src step fail.
       {"const equal pointers, src step -5",
-       [&] { return nyxiCopyConstBorder_32s_C1R(d, -5, {4, 3}, d, ds, {8, 6}, 1, 1, 7); },
+       [&] {
+         return nyxiCopyConstBorder_32s_C1R(d, -5, {4, 3}, d, ds, {8, 6}, 1, 1, 7);
+       },
        nyxStsStepErr},
       // The value pointer comes last in R, with the pointers in IR.
       {"const C3 null value after size",
-       [&] { return nyxiCopyConstBorder_8u_C3R(s3, ss3, {4, 3}, d3, ds3, {8, 6}, 9, 1, nullptr); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C3R(s3, ss3, {4, 3}, d3, ds3, {8, 6}, 9, 1, nullptr);
+       },
        nyxStsSizeErr},
       {"const C3 null value after steps",
-       [&] { return nyxiCopyConstBorder_8u_C3R(s3, 0, {4, 3}, d3, ds3, {8, 6}, 1, 1, nullptr); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C3R(s3, 0, {4, 3}, d3, ds3, {8, 6}, 1, 1, nullptr);
+       },
        nyxStsStepErr},
       {"const C3 null value",
-       [&] { return nyxiCopyConstBorder_8u_C3R(s3, ss3, {4, 3}, d3, ds3, {8, 6}, 1, 1, nullptr); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C3R(s3, ss3, {4, 3}, d3, ds3, {8, 6}, 1, 1, nullptr);
+       },
        nyxStsNullPtrErr},
       {"const AC4_L null value",
        [&] {
@@ -353,16 +435,24 @@ TEST(CopyBorderStatus, WrapAndConstOrder) {
        },
        nyxStsNullPtrErr},
       {"const C3 IR null value before step",
-       [&] { return nyxiCopyConstBorder_8u_C3IR(d3, 0, {4, 3}, {8, 6}, 1, 1, nullptr); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C3IR(d3, 0, {4, 3}, {8, 6}, 1, 1, nullptr);
+       },
        nyxStsNullPtrErr},
       {"const C4 IR_L null value before size",
-       [&] { return nyxiCopyConstBorder_8u_C4IR_L(d3, ds3, {0, 3}, {8, 6}, 1, 1, nullptr); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C4IR_L(d3, ds3, {0, 3}, {8, 6}, 1, 1, nullptr);
+       },
        nyxStsNullPtrErr},
       {"const C3 IR size",
-       [&] { return nyxiCopyConstBorder_8u_C3IR(d3, ds3, {4, 3}, {8, 6}, -1, 1, v3); },
+       [&] {
+         return nyxiCopyConstBorder_8u_C3IR(d3, ds3, {4, 3}, {8, 6}, -1, 1, v3);
+       },
        nyxStsSizeErr},
       {"const C1 R_L too high",
-       [&] { return nyxiCopyConstBorder_32s_C1R_L(s, ss, {4, 3}, d, ds, {8, 6}, 4, 0, 1); },
+       [&] {
+         return nyxiCopyConstBorder_32s_C1R_L(s, ss, {4, 3}, d, ds, {8, 6}, 4, 0, 1);
+       },
        nyxStsSizeErr},
       {"const C1 R_L huge left",
        [&] {
@@ -397,15 +487,16 @@ TEST(CopyBorderEqualPointers, InPlaceRoutes) {
     ASSERT_EQ(r(pa, a.step() + 4, {sw, sh}, pa, a.step(), {dw, dh}, top, left), nyxStsNoErr);
     ASSERT_EQ(ir(&b.at(left, top), b.step(), {sw, sh}, {dw, dh}, top, left), nyxStsNoErr);
     EXPECT_TRUE(a.SameAs(b.Snapshot()));
-    EXPECT_NE(a.at(0, 0), static_cast<Nyx32s>(0xA5A5A5A5));  // the frame before pDst is made
+    EXPECT_NE(a.at(0, 0),
+              static_cast<Nyx32s>(0xA5A5A5A5));  // the frame before pDst is made
   }
   // Const with equal pointers: the destination starts at the pointer given.
   PaddedImage<Nyx32s> c = MakeImage<Nyx32s>(dw, dh, 1);
   for (int y = 0; y < sh; ++y) {
     for (int x = 0; x < sw; ++x) c.at(x, y) = x + 10 * y;
   }
-  ASSERT_EQ(nyxiCopyConstBorder_32s_C1R(c.roi(), c.step(), {sw, sh}, c.roi(), c.step(), {dw, dh},
-                                        0, 0, -7),
+  ASSERT_EQ(nyxiCopyConstBorder_32s_C1R(c.roi(), c.step(), {sw, sh}, c.roi(), c.step(), {dw, dh}, 0,
+                                        0, -7),
             nyxStsNoErr);
   for (int y = 0; y < dh; ++y) {
     for (int x = 0; x < dw; ++x) {
@@ -416,8 +507,8 @@ TEST(CopyBorderEqualPointers, InPlaceRoutes) {
   // With a frame, the source is overwritten as the call goes, but the frame
   // is still made from the pointer given, and nothing before it is touched.
   PaddedImage<Nyx32s> e = MakeImage<Nyx32s>(dw, dh, 1);
-  ASSERT_EQ(nyxiCopyConstBorder_32s_C1R(e.roi(), e.step(), {sw, sh}, e.roi(), e.step(), {dw, dh},
-                                        1, 2, -7),
+  ASSERT_EQ(nyxiCopyConstBorder_32s_C1R(e.roi(), e.step(), {sw, sh}, e.roi(), e.step(), {dw, dh}, 1,
+                                        2, -7),
             nyxStsNoErr);
   for (int y = 0; y < dh; ++y) {
     for (int x = 0; x < dw; ++x) {

@@ -49,8 +49,7 @@ struct Block {
 template <class T>
 struct VolumeForm {
   BorderMode mode;
-  NyxStatus (*v)(const T*, int, int, NyxrVolume, T*, int, int, NyxrVolume, int, int, int,
-                 const T*);
+  NyxStatus (*v)(const T*, int, int, NyxrVolume, T*, int, int, NyxrVolume, int, int, int, const T*);
   NyxStatus (*v_l)(const T*, NyxSizeL, NyxSizeL, T*, NyxSizeL, NyxSizeL, NyxrVolumeL, NyxrVolumeL,
                    NyxSizeL, NyxSizeL, NyxSizeL, const T*);
 };
@@ -120,25 +119,25 @@ void CheckVolumeForm(const VolumeForm<T>& form) {
   }
 }
 
-#define NYX_TEST_VOLUME(T)                                                                       \
-  {                                                                                              \
-    SCOPED_TRACE(#T);                                                                            \
-    using S = Nyx##T;                                                                            \
-    CheckVolumeForm<S>({BorderMode::kConst, &nyxrCopyConstBorder_##T##_C1V,                     \
-                        &nyxrCopyConstBorder_##T##_C1V_L});                                      \
-    CheckVolumeForm<S>(                                                                          \
-        {BorderMode::kRepl,                                                                      \
-         [](const S* s, int sp, int ss, NyxrVolume sv, S* d, int dp, int ds, NyxrVolume dv,    \
-            int t, int l, int fr, const S*) {                                                    \
-           return nyxrCopyReplicateBorder_##T##_C1V(s, sp, ss, sv, d, dp, ds, dv, t, l, fr);     \
-         },                                                                                      \
-         [](const S* s, NyxSizeL sp, NyxSizeL ss, S* d, NyxSizeL dp, NyxSizeL ds, NyxrVolumeL sv, \
-            NyxrVolumeL dv, NyxSizeL t, NyxSizeL l, NyxSizeL fr, const S*) {                     \
-           return nyxrCopyReplicateBorder_##T##_C1V_L(s, sp, ss, d, dp, ds, sv, dv, t, l, fr);   \
-         }});                                                                                    \
+#define NYX_TEST_VOLUME(T)                                                                         \
+  {                                                                                                \
+    SCOPED_TRACE(#T);                                                                              \
+    using S = Nyx##T;                                                                              \
+    CheckVolumeForm<S>(                                                                            \
+        {BorderMode::kConst, &nyxrCopyConstBorder_##T##_C1V, &nyxrCopyConstBorder_##T##_C1V_L});   \
+    CheckVolumeForm<S>(                                                                            \
+        {BorderMode::kRepl,                                                                        \
+         [](const S* s, int sp, int ss, NyxrVolume sv, S* d, int dp, int ds, NyxrVolume dv, int t, \
+            int l, int fr, const S*) {                                                             \
+           return nyxrCopyReplicateBorder_##T##_C1V(s, sp, ss, sv, d, dp, ds, dv, t, l, fr);       \
+         },                                                                                        \
+         [](const S* s, NyxSizeL sp, NyxSizeL ss, S* d, NyxSizeL dp, NyxSizeL ds, NyxrVolumeL sv,  \
+            NyxrVolumeL dv, NyxSizeL t, NyxSizeL l, NyxSizeL fr, const S*) {                       \
+           return nyxrCopyReplicateBorder_##T##_C1V_L(s, sp, ss, d, dp, ds, sv, dv, t, l, fr);     \
+         }});                                                                                      \
   }
 
-TEST(CopyVolumeBorder, EveryFormAgainstTheModel) { NYX_VOLUME_BORDER_TYPES(NYX_TEST_VOLUME) }
+TEST(CopyVolumeBorder, EveryFormAgainstTheModel){NYX_VOLUME_BORDER_TYPES(NYX_TEST_VOLUME)}
 
 TEST(CopyVolumeBorder, OrderOfTests) {
   Block<Nyx16s> src(3, 3, 2), dst(5, 6, 4);
@@ -151,10 +150,14 @@ TEST(CopyVolumeBorder, OrderOfTests) {
   const Nyx16s v = 3;
   ExpectStatuses({
       {"null before extent",
-       [&] { return nyxrCopyConstBorder_16s_C1V(nullptr, sp, ss, {0, 3, 2}, d, dp, ds, dv, 1, 1, 1, &v); },
+       [&] {
+         return nyxrCopyConstBorder_16s_C1V(nullptr, sp, ss, {0, 3, 2}, d, dp, ds, dv, 1, 1, 1, &v);
+       },
        nyxStsNullPtrErr},
       {"extent before step",
-       [&] { return nyxrCopyConstBorder_16s_C1V(s, sp, -1, sv, d, dp, ds, {5, 6, 0}, 1, 1, 1, &v); },
+       [&] {
+         return nyxrCopyConstBorder_16s_C1V(s, sp, -1, sv, d, dp, ds, {5, 6, 0}, 1, 1, 1, &v);
+       },
        nyxStsSizeErr},
       {"negative step before border",
        [&] { return nyxrCopyReplicateBorder_16s_C1V(s, sp, -2, sv, d, dp, ds, dv, -1, 1, 1); },
@@ -173,8 +176,8 @@ TEST(CopyVolumeBorder, OrderOfTests) {
        nyxStsSizeErr},
       {"too wide, _L",
        [&] {
-         return nyxrCopyReplicateBorder_16s_C1V_L(s, sp, ss, d, dp, ds, {3, 3, 2}, {5, 6, 4}, 0,
-                                                  3, 0);
+         return nyxrCopyReplicateBorder_16s_C1V_L(s, sp, ss, d, dp, ds, {3, 3, 2}, {5, 6, 4}, 0, 3,
+                                                  0);
        },
        nyxStsSizeErr},
       {"too high, _L",
