@@ -353,6 +353,105 @@ NYX_COPY_SET_PROTO_T(32f)
 
 /* END SECTION copy */
 
+/* --- Border extension -----------------------------------------------------
+ * Copy a source into a larger destination at (topBorderHeight,
+ * leftBorderWidth) and make the frame around it: Const fills it with one
+ * value per channel (C1 by value, C3 and AC4 three, C4 four), Replicate
+ * repeats the edge pixels, Mirror reflects about the edge pixel (not
+ * repeated), Wrap repeats the image periodically. Borders may be any width.
+ * AC4 forms leave the fourth sample of every destination pixel as it was.
+ * IR forms: pSrc stands inside the destination already; the destination
+ * starts topBorderHeight rows and leftBorderWidth pixels before it and only
+ * the frame is written. The R forms of Replicate and Mirror given equal
+ * pointers run as the IR form (with dstStep) before any test; Wrap does so
+ * after its tests.
+ * BEGIN SECTION border */
+
+#define NYX_BORDER_VALUE_C1(T) Nyx##T value
+#define NYX_BORDER_VALUE_C3(T) const Nyx##T value[3]
+#define NYX_BORDER_VALUE_C4(T) const Nyx##T value[4]
+#define NYX_BORDER_VALUE_AC4(T) const Nyx##T value[3]
+
+#define NYX_COPY_BORDER_PROTO(Op, T, D)                                                        \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##R(const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, \
+                                            Nyx##T* pDst, int dstStep, NyxiSize dstRoiSize,      \
+                                            int topBorderHeight, int leftBorderWidth);           \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IR(Nyx##T* pSrc, int srcDstStep, NyxiSize srcRoiSize,  \
+                                             NyxiSize dstRoiSize, int topBorderHeight,           \
+                                             int leftBorderWidth);                               \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##R_L(                                                   \
+      const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst, NyxSizeL dstStep, \
+      NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth);                 \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IR_L(Nyx##T* pSrc, NyxSizeL srcDstStep,                \
+                                               NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,       \
+                                               NyxSizeL topBorderHeight,                         \
+                                               NyxSizeL leftBorderWidth);
+
+#define NYX_COPY_CONST_BORDER_PROTO(T, D)                                                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##R(                                           \
+      const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, Nyx##T* pDst, int dstStep,          \
+      NyxiSize dstRoiSize, int topBorderHeight, int leftBorderWidth, NYX_BORDER_VALUE_##D(T));  \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##IR(                                          \
+      Nyx##T* pSrc, int srcDstStep, NyxiSize srcRoiSize, NyxiSize dstRoiSize,                   \
+      int topBorderHeight, int leftBorderWidth, NYX_BORDER_VALUE_##D(T));                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##R_L(                                         \
+      const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst,                 \
+      NyxSizeL dstStep, NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight,                         \
+      NyxSizeL leftBorderWidth, NYX_BORDER_VALUE_##D(T));                                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##IR_L(                                        \
+      Nyx##T* pSrc, NyxSizeL srcDstStep, NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,            \
+      NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth, NYX_BORDER_VALUE_##D(T));
+
+#define NYX_COPY_BORDER_PROTO_T(T)                                                              \
+  NYX_COPY_CONST_BORDER_PROTO(T, C1) NYX_COPY_CONST_BORDER_PROTO(T, C3)                         \
+  NYX_COPY_CONST_BORDER_PROTO(T, C4) NYX_COPY_CONST_BORDER_PROTO(T, AC4)                        \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C1)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C3)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C4)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, AC4)                                            \
+  NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C1) NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C3) \
+  NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C4)
+NYX_COPY_BORDER_PROTO_T(8u)
+NYX_COPY_BORDER_PROTO_T(16u)
+NYX_COPY_BORDER_PROTO_T(16s)
+NYX_COPY_BORDER_PROTO_T(32s)
+NYX_COPY_BORDER_PROTO_T(32f)
+NYX_COPY_BORDER_PROTO(CopyWrapBorder, 32s, C1)
+NYX_COPY_BORDER_PROTO(CopyWrapBorder, 32f, C1)
+#undef NYX_COPY_BORDER_PROTO_T
+
+/* Volumes: planes are extended one by one with the same top and left;
+ * forwardBorderDepth planes go before the source planes and the rest after.
+ * Const fills the forward and backward planes with *pValue; Replicate repeats
+ * the first and last extended planes. Steps are in bytes. */
+#define NYX_COPY_VOLUME_BORDER_PROTO(T)                                                         \
+  NYX_API NyxStatus nyxrCopyConstBorder_##T##_C1V(                                              \
+      const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume, Nyx##T* pDst, \
+      int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume, int topBorderHeight,             \
+      int leftBorderWidth, int forwardBorderDepth, const Nyx##T* pValue);                      \
+  NYX_API NyxStatus nyxrCopyConstBorder_##T##_C1V_L(                                            \
+      const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,                \
+      NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                        \
+      NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,             \
+      NyxSizeL forwardBorderDepth, const Nyx##T* pValue);                                       \
+  NYX_API NyxStatus nyxrCopyReplicateBorder_##T##_C1V(                                          \
+      const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume, Nyx##T* pDst, \
+      int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume, int topBorderHeight,             \
+      int leftBorderWidth, int forwardBorderDepth);                                             \
+  NYX_API NyxStatus nyxrCopyReplicateBorder_##T##_C1V_L(                                        \
+      const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,                \
+      NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                        \
+      NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,             \
+      NyxSizeL forwardBorderDepth);
+NYX_COPY_VOLUME_BORDER_PROTO(8u)
+NYX_COPY_VOLUME_BORDER_PROTO(16u)
+NYX_COPY_VOLUME_BORDER_PROTO(16s)
+NYX_COPY_VOLUME_BORDER_PROTO(32f)
+NYX_COPY_VOLUME_BORDER_PROTO(64f)
+#undef NYX_COPY_VOLUME_BORDER_PROTO
+
+/* END SECTION border */
+
 #ifdef __cplusplus
 }
 #endif
