@@ -19,6 +19,7 @@
 #include <type_traits>
 
 #include "core/entry/entry.h"
+#include "core/frame/bits.h"
 #include "exchange/border_engine.h"
 #include "exchange/border_forms.h"
 
@@ -29,10 +30,7 @@ using border::Mode;
 using frame::Layout;
 
 template <class T>
-using Bits =
-    std::conditional_t<sizeof(T) == 1, uint8_t,
-                       std::conditional_t<sizeof(T) == 2, uint16_t,
-                                          std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
+using Bits = BitsOf<T>;
 
 struct Shape {
   NyxiSizeL src, dst;

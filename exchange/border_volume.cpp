@@ -17,6 +17,7 @@
 #include <type_traits>
 
 #include "core/entry/entry.h"
+#include "core/frame/bits.h"
 #include "exchange/border_engine.h"
 #include "exchange/border_forms.h"
 
@@ -26,10 +27,7 @@ namespace {
 using border::Mode;
 
 template <class T>
-using Bits =
-    std::conditional_t<sizeof(T) == 1, uint8_t,
-                       std::conditional_t<sizeof(T) == 2, uint16_t,
-                                          std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>>;
+using Bits = BitsOf<T>;
 
 struct Image3 {
   int64_t plane_step, step;

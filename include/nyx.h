@@ -186,7 +186,7 @@ enum {
   nyxBorderInMemBack = 0x2000
 };
 
-typedef struct { int borderLeft, borderTop, borderRight, borderBottom; } NyxiBorderSize;
+typedef struct { Nyx32u borderLeft, borderTop, borderRight, borderBottom; } NyxiBorderSize;
 typedef struct { int width, height, depth; } NyxrVolume;
 typedef struct { NyxSizeL width, height, depth; } NyxrVolumeL;
 
