@@ -80,15 +80,15 @@ inline void CopyForwardAligned(const uint8_t* s, uint8_t* d, size_t n) {
 // block wait on the stores just made to the same page offset.
 inline void CopyBackward(const uint8_t* s, uint8_t* d, size_t n) {
   const size_t tail = reinterpret_cast<uintptr_t>(d + n) & 63;
-  if (tail >= n) return CopySmall(s, d, n);
+  if (tail >= n) return CopyForward(s, d, n);
   size_t end = n - tail;
-  CopySmall(s + end, d + end, tail);
+  CopyForward(s + end, d + end, tail);
   for (; end >= 64; end -= 64) {
     const __m256i a = Load32(s + end - 64), b = Load32(s + end - 32);
     Store32(d + end - 64, a);
     Store32(d + end - 32, b);
   }
-  CopySmall(s, d, end);
+  CopyForward(s, d, end);
 }
 
 // Non-temporal stores from a 32-byte aligned destination block on; the head
@@ -118,23 +118,25 @@ inline void CopyStreamAligned(const uint8_t* s, uint8_t* d, size_t n) {
   }
 }
 
-// Non-temporal loads where the source is 32-byte aligned (they matter on
-// write-combining memory; on ordinary memory they read like plain loads).
-// `stream_store` also writes with non-temporal stores.
+// Non-temporal loads (they matter on write-combining memory; on ordinary
+// memory they read like plain loads), where the source is 32-byte aligned.
+// kStreamStore also writes with non-temporal stores, aligned on the
+// destination; the loads are then non-temporal only when the source is
+// aligned at the same points.
 template <bool kStreamStore>
 inline void CopyStreamLoad(const uint8_t* s, uint8_t* d, size_t n) {
-  const size_t head = (0 - reinterpret_cast<uintptr_t>(s)) & 31;
+  const uint8_t* anchor = kStreamStore ? d : s;
+  const size_t head = (0 - reinterpret_cast<uintptr_t>(anchor)) & 31;
   if (head + 32 > n) return CopyForward(s, d, n);
   CopySmall(s, d, head);
+  const bool stream_load = (reinterpret_cast<uintptr_t>(s + head) & 31) == 0;
   size_t i = head;
   for (; i + 32 <= n; i += 32) {
-    const __m256i v = _mm256_stream_load_si256(reinterpret_cast<const __m256i*>(s + i));
-    if constexpr (kStreamStore) {
-      _mm_stream_si128(reinterpret_cast<__m128i*>(d + i), _mm256_castsi256_si128(v));
-      _mm_stream_si128(reinterpret_cast<__m128i*>(d + i + 16), _mm256_extracti128_si256(v, 1));
-    } else {
-      Store32(d + i, v);
-    }
+    const __m256i v = stream_load
+                          ? _mm256_stream_load_si256(reinterpret_cast<const __m256i*>(s + i))
+                          : Load32(s + i);
+    if constexpr (kStreamStore) _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), v);
+    else Store32(d + i, v);
   }
   CopySmall(s + i, d + i, n - i);
 }
