@@ -113,7 +113,9 @@ TEST(SetPaths, PatternFillAtEveryOffsetAndLength) {
                 << "period " << period << " n " << n << " after " << after << " i " << i;
           }
           for (uint8_t* p = buf.data(); p < buf.data() + buf.size(); ++p) {
-            if (p < d || p >= d + n) ASSERT_EQ(*p, 0xEE) << "written outside";
+            if (p < d || p >= d + n) {
+              ASSERT_EQ(*p, 0xEE) << "written outside";
+            }
           }
         }
       }
