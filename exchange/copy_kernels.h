@@ -27,6 +27,14 @@ NYX_INLINE void Store32(uint8_t* p, __m256i v) {
 }
 NYX_INLINE void StoreFence() { _mm_sfence(); }
 
+// From this many bytes on, the forward copy and the fill use the string
+// instructions.
+inline constexpr size_t kStringMoveFrom = 4096;
+
+NYX_INLINE void StringMove(const uint8_t* s, uint8_t* d, size_t n) {
+  __asm__ volatile("rep movsb" : "+D"(d), "+S"(s), "+c"(n) : : "memory");
+}
+
 // Fewer than 32 bytes, by powers of two (no overlapping moves).
 NYX_INLINE void CopySmall(const uint8_t* s, uint8_t* d, size_t n) {
   if (n & 16) {
@@ -65,24 +73,33 @@ inline void CopyForward(const uint8_t* s, uint8_t* d, size_t n) {
 }
 
 // Forward copy whose destination blocks are 32-byte aligned: the head up to
-// the boundary first, then aligned stores.
+// the boundary first, then aligned stores. Long runs use the string move,
+// which the processor carries out in whole cache lines without reading the
+// destination lines first.
 inline void CopyForwardAligned(const uint8_t* s, uint8_t* d, size_t n) {
   const size_t head = (0 - reinterpret_cast<uintptr_t>(d)) & 31;
   if (head >= n) return CopySmall(s, d, n);
   CopySmall(s, d, head);
-  CopyForward(s + head, d + head, n - head);
+  s += head, d += head, n -= head;
+  if (n >= kStringMoveFrom) return StringMove(s, d, n);
+  CopyForward(s, d, n);
 }
 
 // Backward copy: the tail that ends the destination on a 64-byte boundary
-// first, then 64-byte blocks from the end towards the start, then the head.
-// Used when the destination lies a little above the source modulo the page
-// (below 160 bytes): a forward copy would then have its loads of the next
-// block wait on the stores just made to the same page offset.
+// first, then the body in blocks from the end towards the start, then the
+// head. Used when the destination lies a little above the source modulo the
+// page (below 160 bytes): a forward vector loop would then have the loads of
+// its next block wait on the stores just made to the same page offset. Short
+// bodies go in blocks of 64 bytes; long ones in page-sized blocks, each moved
+// by the string instruction (whole lines, no reads of the destination).
 inline void CopyBackward(const uint8_t* s, uint8_t* d, size_t n) {
   const size_t tail = reinterpret_cast<uintptr_t>(d + n) & 63;
   if (tail >= n) return CopyForward(s, d, n);
   size_t end = n - tail;
   CopyForward(s + end, d + end, tail);
+  if (end >= kStringMoveFrom) {
+    for (; end >= 4096; end -= 4096) StringMove(s + end - 4096, d + end - 4096, 4096);
+  }
   for (; end >= 64; end -= 64) {
     const __m256i a = Load32(s + end - 64), b = Load32(s + end - 32);
     Store32(d + end - 64, a);
@@ -191,11 +208,16 @@ inline void CopyKeepAlpha(const U* s, U* d, size_t n) {
 
 struct Pattern {
   alignas(32) uint8_t bytes[128];
+  bool uniform;  // every byte the same
 };
 
 inline Pattern MakePattern(const uint8_t* value, int period) {
   Pattern p;
-  for (int i = 0; i < 128; ++i) p.bytes[i] = value[(i % 96) % period];
+  p.uniform = true;
+  for (int i = 0; i < 128; ++i) {
+    p.bytes[i] = value[(i % 96) % period];
+    p.uniform = p.uniform && p.bytes[i] == p.bytes[0];
+  }
   return p;
 }
 
@@ -203,6 +225,10 @@ inline Pattern MakePattern(const uint8_t* value, int period) {
 // boundary, 96-byte rounds of aligned stores, then the rest.
 template <bool kStream>
 inline void FillPattern(uint8_t* d, size_t n, const Pattern& pat) {
+  if (!kStream && n >= kStringMoveFrom && pat.uniform) {
+    __asm__ volatile("rep stosb" : "+D"(d), "+c"(n) : "a"(pat.bytes[0]) : "memory");
+    return;
+  }
   size_t head = (0 - reinterpret_cast<uintptr_t>(d)) & 31;
   if (head > n) head = n;
   __builtin_memcpy(d, pat.bytes, head);

@@ -30,6 +30,13 @@ namespace nyx::avx2 {
 inline constexpr int kFillChannel = -1;
 inline constexpr int kKeepChannel = -2;
 
+// A side of the vector path: chunk k of lane b in round r lies at
+// base[k] + b * lane_step + r * round_step.
+struct ShuffleSide {
+  uint8_t* base[4];
+  ptrdiff_t lane_step, round_step;
+};
+
 struct ShufflePlan {
   int sample;                // bytes per sample: 1, 2 or 4
   int in_ch, out_ch;         // channels of a source and a destination pixel
@@ -41,11 +48,12 @@ struct ShufflePlan {
   alignas(32) uint8_t keep[4][16];
   bool used[4][4];
   bool any_fill, any_keep;
+  void (*rounds)(const ShufflePlan&, ShuffleSide, ShuffleSide, size_t);  // picked by the builder
 };
 
-// Builds the shuffles. `in_planar`/`out_planar` say whether a side is planar
+// Fills the shuffles. `in_planar`/`out_planar` say whether a side is planar
 // (one chunk per channel) or interleaved (one chunk per 16 bytes).
-inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
+inline void FillShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
   const int pixels = 16 / p.sample;  // pixels of a block
   p.in_chunks = p.in_ch;             // planar: one plane chunk each; interleaved: c chunks
   p.out_chunks = p.out_ch;
@@ -77,13 +85,6 @@ inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
   }
 }
 
-// A side of the vector path: chunk k of lane b in round r lies at
-// base[k] + b * lane_step + r * round_step.
-struct ShuffleSide {
-  uint8_t* base[4];
-  ptrdiff_t lane_step, round_step;
-};
-
 inline ShuffleSide InterleavedSide(const void* p, int channels) {
   ShuffleSide s;
   for (int k = 0; k < 4; ++k) s.base[k] = static_cast<uint8_t*>(const_cast<void*>(p)) + 16 * k;
@@ -106,41 +107,90 @@ NYX_INLINE __m256i LoadLanes(const uint8_t* lo, const uint8_t* hi) {
                              reinterpret_cast<const __m128i*>(lo));
 }
 
-// Runs `rounds` rounds of two blocks each.
-inline void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t rounds) {
-  __m256i mask[4][4], fill[4], keep[4];
-  for (int j = 0; j < p.out_chunks; ++j) {
-    for (int k = 0; k < p.in_chunks; ++k) {
+// Runs `rounds` rounds of two blocks each, with kIn and kOut chunks a block.
+template <int kIn, int kOut, bool kFill, bool kKeep, bool kInPlanar = false,
+          bool kOutPlanar = false>
+void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t rounds) {
+  __m256i mask[kOut][kIn], fill[kOut], keep[kOut];
+  for (int j = 0; j < kOut; ++j) {
+    for (int k = 0; k < kIn; ++k) {
+      // An unused pair keeps an all-zero shuffle, so it adds nothing.
       mask[j][k] = _mm256_broadcastsi128_si256(
           _mm_load_si128(reinterpret_cast<const __m128i*>(p.mask[j][k])));
     }
     fill[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.fill[j])));
     keep[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.keep[j])));
   }
+  // Which pairs matter is fixed by the layouts; the tests below are the same
+  // in every round.
+  bool used[kOut][kIn];
+  for (int j = 0; j < kOut; ++j) {
+    for (int k = 0; k < kIn; ++k) used[j][k] = p.used[j][k];
+  }
   for (size_t r = 0; r < rounds; ++r) {
     const ptrdiff_t ri = static_cast<ptrdiff_t>(r) * in.round_step;
     const ptrdiff_t ro = static_cast<ptrdiff_t>(r) * out.round_step;
-    __m256i v[4];
-    for (int k = 0; k < p.in_chunks; ++k) {
-      v[k] = LoadLanes(in.base[k] + ri, in.base[k] + ri + in.lane_step);
+    __m256i v[kIn];
+    for (int k = 0; k < kIn; ++k) {
+      // A plane's two blocks are adjacent: one load.
+      v[k] = kInPlanar ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in.base[k] + ri))
+                       : LoadLanes(in.base[k] + ri, in.base[k] + ri + in.lane_step);
     }
-    __m256i res[4];
-    for (int j = 0; j < p.out_chunks; ++j) {
-      __m256i acc = p.any_fill ? fill[j] : _mm256_setzero_si256();
-      for (int k = 0; k < p.in_chunks; ++k) {
-        if (p.used[j][k]) acc = _mm256_or_si256(acc, _mm256_shuffle_epi8(v[k], mask[j][k]));
+    __m256i res[kOut];
+    for (int j = 0; j < kOut; ++j) {
+      __m256i acc = kFill ? fill[j] : _mm256_setzero_si256();
+      for (int k = 0; k < kIn; ++k) {
+        if (used[j][k]) acc = _mm256_or_si256(acc, _mm256_shuffle_epi8(v[k], mask[j][k]));
       }
-      if (p.any_keep) {
+      if constexpr (kKeep) {
         const __m256i old = LoadLanes(out.base[j] + ro, out.base[j] + ro + out.lane_step);
         acc = _mm256_blendv_epi8(acc, old, keep[j]);
       }
       res[j] = acc;
     }
-    for (int j = 0; j < p.out_chunks; ++j) {
+    for (int j = 0; j < kOut; ++j) {
+      if constexpr (kOutPlanar) {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out.base[j] + ro), res[j]);
+        continue;
+      }
       _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(out.base[j] + ro + out.lane_step),
                            reinterpret_cast<__m128i*>(out.base[j] + ro), res[j]);
     }
   }
+}
+
+using ShuffleRoundsFn = void (*)(const ShufflePlan&, ShuffleSide, ShuffleSide, size_t);
+
+template <int kIn, int kOut>
+ShuffleRoundsFn PickRounds(const ShufflePlan& p) {
+  if (p.any_fill) return p.any_keep ? ShuffleRounds<kIn, kOut, true, true> : ShuffleRounds<kIn, kOut, true, false>;
+  return p.any_keep ? ShuffleRounds<kIn, kOut, false, true> : ShuffleRounds<kIn, kOut, false, false>;
+}
+
+// The rounds kernel for the plan's chunk counts.
+inline ShuffleRoundsFn PickRounds(const ShufflePlan& p, bool in_planar, bool out_planar) {
+  if (in_planar) {
+    return p.in_chunks == 3 ? ShuffleRounds<3, 3, false, false, true, false>
+                            : ShuffleRounds<4, 4, false, false, true, false>;
+  }
+  if (out_planar) {
+    return p.in_chunks == 3 ? ShuffleRounds<3, 3, false, false, false, true>
+                            : ShuffleRounds<4, 4, false, false, false, true>;
+  }
+  switch (p.in_chunks * 8 + p.out_chunks) {
+    case 1 * 8 + 3: return PickRounds<1, 3>(p);
+    case 1 * 8 + 4: return PickRounds<1, 4>(p);
+    case 3 * 8 + 3: return PickRounds<3, 3>(p);
+    case 3 * 8 + 4: return PickRounds<3, 4>(p);
+    case 4 * 8 + 3: return PickRounds<4, 3>(p);
+    default: return PickRounds<4, 4>(p);
+  }
+}
+
+// Builds the plan and picks its rounds kernel, once per call.
+inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
+  FillShufflePlan(p, in_planar, out_planar);
+  p.rounds = PickRounds(p, in_planar, out_planar);
 }
 
 // One pixel at a time, for the pixels after the last full round. Sample x of
@@ -178,7 +228,7 @@ inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_plan
   if (rounds) {
     const ShuffleSide si = in_planar ? PlanarSide(in, p.in_ch) : InterleavedSide(in[0], p.in_ch);
     const ShuffleSide so = out_planar ? PlanarSide(out, p.out_ch) : InterleavedSide(out[0], p.out_ch);
-    ShuffleRounds(p, si, so, rounds);
+    p.rounds(p, si, so, rounds);
   }
   const uint8_t* ib[4];
   uint8_t* ob[4];
