@@ -68,7 +68,8 @@ void CopyImageBytes(const uint8_t* src, int64_t src_step, uint8_t* dst, int64_t 
     return StreamRows(src, src_step, dst, dst_step, row_bytes, height);
   }
   if (((reinterpret_cast<uintptr_t>(dst) | static_cast<uint64_t>(dst_step) | row_bytes) & 31) != 0) {
-    return WalkBytes<avx2::CopyForward>(src, src_step, dst, dst_step, row_bytes, height);
+    // Unaligned rows: each row's stores are aligned from its first boundary.
+    return WalkBytes<avx2::CopyForwardAligned>(src, src_step, dst, dst_step, row_bytes, height);
   }
   if (src_step == dst_step && NearAbove(src, dst)) {
     return WalkBytes<avx2::CopyBackward>(src, src_step, dst, dst_step, row_bytes, height);

@@ -48,6 +48,13 @@ struct ShufflePlan {
   alignas(32) uint8_t keep[4][16];
   bool used[4][4];
   bool any_fill, any_keep;
+  // Cheaper forms of the same moves, when the layouts allow them (below):
+  // kShuffleFirst: one shuffle per input chunk (pre), then a select per pair;
+  // kSelectFirst: a select per pair, then one shuffle per output chunk (post).
+  enum Mode { kGeneral, kShuffleFirst, kSelectFirst } mode;
+  alignas(32) uint8_t pre[4][16];
+  alignas(32) uint8_t post[4][16];
+  alignas(32) uint8_t sel[4][4][16];
   void (*rounds)(const ShufflePlan&, ShuffleSide, ShuffleSide, size_t);  // picked by the builder
 };
 
@@ -109,14 +116,18 @@ NYX_INLINE __m256i LoadLanes(const uint8_t* lo, const uint8_t* hi) {
 
 // Runs `rounds` rounds of two blocks each, with kIn and kOut chunks a block.
 template <int kIn, int kOut, bool kFill, bool kKeep, bool kInPlanar = false,
-          bool kOutPlanar = false>
+          bool kOutPlanar = false, ShufflePlan::Mode kMode = ShufflePlan::kGeneral>
 void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t rounds) {
-  __m256i mask[kOut][kIn], fill[kOut], keep[kOut];
+  auto wide = [](const uint8_t* m) {
+    return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(m)));
+  };
+  __m256i mask[kOut][kIn], fill[kOut], keep[kOut], pre[kIn], post[kOut];
+  for (int k = 0; k < kIn; ++k) pre[k] = wide(p.pre[k]);
   for (int j = 0; j < kOut; ++j) {
+    post[j] = wide(p.post[j]);
     for (int k = 0; k < kIn; ++k) {
       // An unused pair keeps an all-zero shuffle, so it adds nothing.
-      mask[j][k] = _mm256_broadcastsi128_si256(
-          _mm_load_si128(reinterpret_cast<const __m128i*>(p.mask[j][k])));
+      mask[j][k] = wide(kMode == ShufflePlan::kGeneral ? p.mask[j][k] : p.sel[j][k]);
     }
     fill[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.fill[j])));
     keep[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.keep[j])));
@@ -136,25 +147,51 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       v[k] = kInPlanar ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in.base[k] + ri))
                        : LoadLanes(in.base[k] + ri, in.base[k] + ri + in.lane_step);
     }
+    if constexpr (kMode == ShufflePlan::kShuffleFirst) {
+      for (int k = 0; k < kIn; ++k) v[k] = _mm256_shuffle_epi8(v[k], pre[k]);
+    }
     __m256i res[kOut];
     for (int j = 0; j < kOut; ++j) {
       __m256i acc = kFill ? fill[j] : _mm256_setzero_si256();
       for (int k = 0; k < kIn; ++k) {
-        if (used[j][k]) acc = _mm256_or_si256(acc, _mm256_shuffle_epi8(v[k], mask[j][k]));
+        // In the select modes an unused pair has an all-zero select: no test.
+        if (kMode == ShufflePlan::kGeneral && !used[j][k]) continue;
+        if constexpr (kMode == ShufflePlan::kGeneral) {
+          acc = _mm256_or_si256(acc, _mm256_shuffle_epi8(v[k], mask[j][k]));
+        } else {
+          acc = _mm256_or_si256(acc, _mm256_and_si256(v[k], mask[j][k]));
+        }
       }
+      if constexpr (kMode == ShufflePlan::kSelectFirst) acc = _mm256_shuffle_epi8(acc, post[j]);
       if constexpr (kKeep) {
         const __m256i old = LoadLanes(out.base[j] + ro, out.base[j] + ro + out.lane_step);
         acc = _mm256_blendv_epi8(acc, old, keep[j]);
       }
       res[j] = acc;
     }
-    for (int j = 0; j < kOut; ++j) {
-      if constexpr (kOutPlanar) {
+    if constexpr (kOutPlanar) {
+      for (int j = 0; j < kOut; ++j) {
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out.base[j] + ro), res[j]);
-        continue;
       }
-      _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(out.base[j] + ro + out.lane_step),
-                           reinterpret_cast<__m128i*>(out.base[j] + ro), res[j]);
+    } else if constexpr (kOut == 3 || kOut == 4) {
+      // The two blocks are adjacent: chunks A0..A(n-1) B0..B(n-1) go out as
+      // whole 256-bit stores, pairing lanes across the results.
+      __m256i* o = reinterpret_cast<__m256i*>(out.base[0] + ro);
+      if constexpr (kOut == 3) {
+        _mm256_storeu_si256(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
+        _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(res[2], res[0], 0x30));
+        _mm256_storeu_si256(o + 2, _mm256_permute2x128_si256(res[1], res[2], 0x31));
+      } else {
+        _mm256_storeu_si256(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
+        _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(res[2], res[3], 0x20));
+        _mm256_storeu_si256(o + 2, _mm256_permute2x128_si256(res[0], res[1], 0x31));
+        _mm256_storeu_si256(o + 3, _mm256_permute2x128_si256(res[2], res[3], 0x31));
+      }
+    } else {
+      for (int j = 0; j < kOut; ++j) {
+        _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(out.base[j] + ro + out.lane_step),
+                             reinterpret_cast<__m128i*>(out.base[j] + ro), res[j]);
+      }
     }
   }
 }
@@ -169,13 +206,18 @@ ShuffleRoundsFn PickRounds(const ShufflePlan& p) {
 
 // The rounds kernel for the plan's chunk counts.
 inline ShuffleRoundsFn PickRounds(const ShufflePlan& p, bool in_planar, bool out_planar) {
+  using M = ShufflePlan;
   if (in_planar) {
-    return p.in_chunks == 3 ? ShuffleRounds<3, 3, false, false, true, false>
-                            : ShuffleRounds<4, 4, false, false, true, false>;
+    if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, true, false>;
+    if (p.mode == M::kShuffleFirst) return ShuffleRounds<3, 3, false, false, true, false, M::kShuffleFirst>;
+    if (p.mode == M::kSelectFirst) return ShuffleRounds<3, 3, false, false, true, false, M::kSelectFirst>;
+    return ShuffleRounds<3, 3, false, false, true, false>;
   }
   if (out_planar) {
-    return p.in_chunks == 3 ? ShuffleRounds<3, 3, false, false, false, true>
-                            : ShuffleRounds<4, 4, false, false, false, true>;
+    if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, false, true>;
+    if (p.mode == M::kShuffleFirst) return ShuffleRounds<3, 3, false, false, false, true, M::kShuffleFirst>;
+    if (p.mode == M::kSelectFirst) return ShuffleRounds<3, 3, false, false, false, true, M::kSelectFirst>;
+    return ShuffleRounds<3, 3, false, false, false, true>;
   }
   switch (p.in_chunks * 8 + p.out_chunks) {
     case 1 * 8 + 3: return PickRounds<1, 3>(p);
@@ -187,9 +229,52 @@ inline ShuffleRoundsFn PickRounds(const ShufflePlan& p, bool in_planar, bool out
   }
 }
 
+// Tries the two cheaper modes. Shuffle first works when every byte position
+// of every input chunk feeds the same position in whichever output chunk uses
+// it (the three planes of a merge); select first when no two input chunks
+// feed the same position of one output chunk (the three planes of a split).
+inline void PickShuffleMode(ShufflePlan& p) {
+  p.mode = ShufflePlan::kGeneral;
+  if (p.any_fill || p.any_keep) return;
+  bool shuffle_first = true, select_first = true;
+  for (int k = 0; k < p.in_chunks; ++k) {
+    for (int b = 0; b < 16; ++b) {
+      p.pre[k][b] = 0x80;
+      for (int j = 0; j < p.out_chunks; ++j) {
+        const uint8_t m = p.mask[j][k][b];
+        if (m == 0x80) continue;
+        if (p.pre[k][b] != 0x80 && p.pre[k][b] != m) shuffle_first = false;
+        p.pre[k][b] = m;
+      }
+    }
+  }
+  for (int j = 0; j < p.out_chunks; ++j) {
+    int owner[16];
+    for (int i = 0; i < 16; ++i) owner[i] = -1;
+    for (int b = 0; b < 16; ++b) {
+      p.post[j][b] = 0x80;
+      for (int k = 0; k < p.in_chunks; ++k) {
+        const uint8_t m = p.mask[j][k][b];
+        if (m == 0x80) continue;
+        if (owner[m] != -1 && owner[m] != k) select_first = false;
+        owner[m] = k;
+        p.post[j][b] = m;
+      }
+    }
+    for (int k = 0; k < p.in_chunks; ++k) {
+      for (int i = 0; i < 16; ++i) {
+        p.sel[j][k][i] = shuffle_first ? (p.mask[j][k][i] != 0x80 ? 0xff : 0) : (owner[i] == k ? 0xff : 0);
+      }
+    }
+  }
+  if (shuffle_first) p.mode = ShufflePlan::kShuffleFirst;
+  else if (select_first) p.mode = ShufflePlan::kSelectFirst;
+}
+
 // Builds the plan and picks its rounds kernel, once per call.
 inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
   FillShufflePlan(p, in_planar, out_planar);
+  PickShuffleMode(p);
   p.rounds = PickRounds(p, in_planar, out_planar);
 }
 
