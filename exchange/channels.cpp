@@ -77,36 +77,36 @@ NyxStatus Swap(const T* src, int src_step, T* dst, int dst_step, NyxiSize roi, c
 }  // namespace
 }  // namespace nyx::swap
 
-#define NYX_SWAP_ENTRY(T, D, F, N)                                                              \
-  NYX_ENTRY(NyxStatus, nyxiSwapChannels_##T##_##D##R,                                           \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,      \
-             const int dstOrder[N]),                                                            \
-            (pSrc, srcStep, pDst, dstStep, roiSize, dstOrder)) {                                \
-    return nyx::swap::Swap<Nyx##T, nyx::swap::Form::F>(pSrc, srcStep, pDst, dstStep, roiSize,  \
-                                                       dstOrder);                              \
+#define NYX_SWAP_ENTRY(T, D, F, N)                                                            \
+  NYX_ENTRY(NyxStatus, nyxiSwapChannels_##T##_##D##R,                                         \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,    \
+             const int dstOrder[N]),                                                          \
+            (pSrc, srcStep, pDst, dstStep, roiSize, dstOrder)) {                              \
+    return nyx::swap::Swap<Nyx##T, nyx::swap::Form::F>(pSrc, srcStep, pDst, dstStep, roiSize, \
+                                                       dstOrder);                             \
   }
-#define NYX_EMIT_SWAP(T)                                                                        \
-  NYX_SWAP_ENTRY(T, C3, kC3, 3)                                                                 \
-  NYX_SWAP_ENTRY(T, C4, kC4, 4)                                                                 \
-  NYX_SWAP_ENTRY(T, AC4, kAC4, 3)                                                               \
-  NYX_SWAP_ENTRY(T, C4C3, kC4C3, 3)                                                             \
-  NYX_ENTRY(NyxStatus, nyxiSwapChannels_##T##_C3C4R,                                            \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,      \
-             const int dstOrder[4], Nyx##T val),                                                \
-            (pSrc, srcStep, pDst, dstStep, roiSize, dstOrder, val)) {                           \
-    return nyx::swap::Swap<Nyx##T, nyx::swap::Form::kC3C4>(pSrc, srcStep, pDst, dstStep,       \
-                                                           roiSize, dstOrder, val);            \
+#define NYX_EMIT_SWAP(T)                                                                          \
+  NYX_SWAP_ENTRY(T, C3, kC3, 3)                                                                   \
+  NYX_SWAP_ENTRY(T, C4, kC4, 4)                                                                   \
+  NYX_SWAP_ENTRY(T, AC4, kAC4, 3)                                                                 \
+  NYX_SWAP_ENTRY(T, C4C3, kC4C3, 3)                                                               \
+  NYX_ENTRY(NyxStatus, nyxiSwapChannels_##T##_C3C4R,                                              \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,        \
+             const int dstOrder[4], Nyx##T val),                                                  \
+            (pSrc, srcStep, pDst, dstStep, roiSize, dstOrder, val)) {                             \
+    return nyx::swap::Swap<Nyx##T, nyx::swap::Form::kC3C4>(pSrc, srcStep, pDst, dstStep, roiSize, \
+                                                           dstOrder, val);                        \
   }
 NYX_COPY_TYPES(NYX_EMIT_SWAP)
 
 NYX_ENTRY(NyxStatus, nyxiSwapChannels_8u_C3IR,
-          (Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize, const int dstOrder[3]),
+          (Nyx8u * pSrcDst, int srcDstStep, NyxiSize roiSize, const int dstOrder[3]),
           (pSrcDst, srcDstStep, roiSize, dstOrder)) {
   return nyx::swap::Swap<Nyx8u, nyx::swap::Form::kC3>(pSrcDst, srcDstStep, pSrcDst, srcDstStep,
                                                       roiSize, dstOrder);
 }
 NYX_ENTRY(NyxStatus, nyxiSwapChannels_8u_C4IR,
-          (Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize, const int dstOrder[4]),
+          (Nyx8u * pSrcDst, int srcDstStep, NyxiSize roiSize, const int dstOrder[4]),
           (pSrcDst, srcDstStep, roiSize, dstOrder)) {
   return nyx::swap::Swap<Nyx8u, nyx::swap::Form::kC4>(pSrcDst, srcDstStep, pSrcDst, srcDstStep,
                                                       roiSize, dstOrder);

@@ -36,12 +36,14 @@ void WalkBytes(const uint8_t* src, int64_t src_step, uint8_t* dst, int64_t dst_s
   });
 }
 
-void StreamRows(const uint8_t* src, int64_t src_step, uint8_t* dst, int64_t dst_step,
-                uint32_t n, int64_t height) {
-  const bool aligned = (reinterpret_cast<uintptr_t>(dst) & 63) == 0 && (dst_step & 63) == 0 &&
-                       (n & 31) == 0;
-  if (aligned) WalkBytes<avx2::CopyStreamAligned>(src, src_step, dst, dst_step, n, height);
-  else WalkBytes<avx2::CopyStream>(src, src_step, dst, dst_step, n, height);
+void StreamRows(const uint8_t* src, int64_t src_step, uint8_t* dst, int64_t dst_step, uint32_t n,
+                int64_t height) {
+  const bool aligned =
+      (reinterpret_cast<uintptr_t>(dst) & 63) == 0 && (dst_step & 63) == 0 && (n & 31) == 0;
+  if (aligned)
+    WalkBytes<avx2::CopyStreamAligned>(src, src_step, dst, dst_step, n, height);
+  else
+    WalkBytes<avx2::CopyStream>(src, src_step, dst, dst_step, n, height);
   avx2::StoreFence();
 }
 
@@ -67,7 +69,8 @@ void CopyImageBytes(const uint8_t* src, int64_t src_step, uint8_t* dst, int64_t 
   if (total >= 0x300001 && AtLeastCacheShare(total, 2)) {
     return StreamRows(src, src_step, dst, dst_step, row_bytes, height);
   }
-  if (((reinterpret_cast<uintptr_t>(dst) | static_cast<uint64_t>(dst_step) | row_bytes) & 31) != 0) {
+  if (((reinterpret_cast<uintptr_t>(dst) | static_cast<uint64_t>(dst_step) | row_bytes) & 31) !=
+      0) {
     // Unaligned rows: each row's stores are aligned from its first boundary.
     return WalkBytes<avx2::CopyForwardAligned>(src, src_step, dst, dst_step, row_bytes, height);
   }
@@ -86,8 +89,8 @@ NyxStatus Copy(const T* src, int src_step, T* dst, int dst_step, NyxiSize roi) {
   if constexpr (L == Layout::kAC4) {
     const size_t n = static_cast<size_t>(roi.width) * 4;
     frame::WalkRows(roi.height, [&](int64_t y) {
-      avx2::CopyKeepAlpha(AsBits(frame::RowAt(src, src_step, y)), AsBits(frame::RowAt(dst, dst_step, y)),
-                   n);
+      avx2::CopyKeepAlpha(AsBits(frame::RowAt(src, src_step, y)),
+                          AsBits(frame::RowAt(dst, dst_step, y)), n);
     });
   } else {
     constexpr uint32_t kPixel = frame::kChannels<L> * sizeof(T);
@@ -145,19 +148,19 @@ NyxStatus CopyManaged(const uint8_t* src, int src_step, uint8_t* dst, int dst_st
 }  // namespace
 }  // namespace nyx::copy
 
-#define NYX_EMIT_COPY(T, D)                                                                  \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D##R,                                                \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize),  \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                       \
-    return nyx::copy::Copy<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,   \
-                                                             roiSize);                       \
-  }                                                                                          \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D##R_L,                                              \
-            (const Nyx##T* pSrc, NyxSizeL srcStep, Nyx##T* pDst, NyxSizeL dstStep,           \
-             NyxiSizeL roiSize),                                                             \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                       \
-    return nyx::copy::CopyL<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,  \
-                                                              roiSize);                      \
+#define NYX_EMIT_COPY(T, D)                                                                      \
+  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D##R,                                                    \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize),      \
+            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                           \
+    return nyx::copy::Copy<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,       \
+                                                             roiSize);                           \
+  }                                                                                              \
+  NYX_ENTRY(                                                                                     \
+      NyxStatus, nyxiCopy_##T##_##D##R_L,                                                        \
+      (const Nyx##T* pSrc, NyxSizeL srcStep, Nyx##T* pDst, NyxSizeL dstStep, NyxiSizeL roiSize), \
+      (pSrc, srcStep, pDst, dstStep, roiSize)) {                                                 \
+    return nyx::copy::CopyL<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,      \
+                                                              roiSize);                          \
   }
 #define NYX_EMIT_COPY_T(T) NYX_COPY_PIXEL_FORMS(NYX_EMIT_COPY, T)
 NYX_COPY_TYPES(NYX_EMIT_COPY_T)

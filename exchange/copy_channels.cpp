@@ -86,8 +86,8 @@ void StreamPlanarRow(const uint8_t* const* in, uint8_t* const* out, size_t n) {
 }
 
 template <class T, int kCh, bool kToPlanes>
-NyxStatus Planar(const void* interleaved, int inter_step, const void* const* planes,
-                 int plane_step, NyxiSize roi) {
+NyxStatus Planar(const void* interleaved, int inter_step, const void* const* planes, int plane_step,
+                 NyxiSize roi) {
   if (frame::AnyNull(planes, interleaved)) return nyxStsNullPtrErr;
   for (int c = 0; c < kCh; ++c) {
     if (planes[c] == nullptr) return nyxStsNullPtrErr;
@@ -101,7 +101,8 @@ NyxStatus Planar(const void* interleaved, int inter_step, const void* const* pla
   for (int c = 0; c < kCh; ++c) plan.order[c] = c;
   avx2::BuildShufflePlan(plan, !kToPlanes, kToPlanes);
   frame::WalkRows(roi.height, [&](int64_t y) {
-    uint8_t* row = frame::RowAt(static_cast<uint8_t*>(const_cast<void*>(interleaved)), inter_step, y);
+    uint8_t* row =
+        frame::RowAt(static_cast<uint8_t*>(const_cast<void*>(interleaved)), inter_step, y);
     uint8_t* in[4] = {row, row, row, row};
     uint8_t* out[4] = {row, row, row, row};
     for (int c = 0; c < kCh; ++c) {
@@ -137,43 +138,41 @@ NyxStatus Dup(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Nyxi
 }  // namespace
 }  // namespace nyx::copy
 
-#define NYX_EMIT_COPY_M(T, D)                                                                   \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D##MR,                                                  \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,      \
-             const Nyx8u* pMask, int maskStep),                                                 \
-            (pSrc, srcStep, pDst, dstStep, roiSize, pMask, maskStep)) {                         \
-    return nyx::copy::CopyMasked<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst,        \
-                                                                   dstStep, roiSize, pMask,    \
-                                                                   maskStep);                  \
+#define NYX_EMIT_COPY_M(T, D)                                                                    \
+  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D##MR,                                                   \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,       \
+             const Nyx8u* pMask, int maskStep),                                                  \
+            (pSrc, srcStep, pDst, dstStep, roiSize, pMask, maskStep)) {                          \
+    return nyx::copy::CopyMasked<Nyx##T, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep, \
+                                                                   roiSize, pMask, maskStep);    \
   }
-#define NYX_EMIT_COPY_CH(T, D, kIn, kOut, kMove)                                                \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D,                                                      \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize),     \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                          \
-    return nyx::copy::CopyChannels<Nyx##T, kIn, kOut, kMove>(pSrc, srcStep, pDst, dstStep,     \
-                                                             roiSize);                         \
+#define NYX_EMIT_COPY_CH(T, D, kIn, kOut, kMove)                                            \
+  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_##D,                                                  \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize), \
+            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                      \
+    return nyx::copy::CopyChannels<Nyx##T, kIn, kOut, kMove>(pSrc, srcStep, pDst, dstStep,  \
+                                                             roiSize);                      \
   }
-#define NYX_EMIT_COPY_PLANAR(T, N)                                                              \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_C##N##P##N##R,                                            \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* const pDst[N], int dstStep,              \
-             NyxiSize roiSize),                                                                 \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                          \
-    return nyx::copy::Planar<Nyx##T, N, true>(pSrc, srcStep,                                   \
-                                              reinterpret_cast<const void* const*>(pDst),      \
-                                              dstStep, roiSize);                               \
-  }                                                                                             \
-  NYX_ENTRY(NyxStatus, nyxiCopy_##T##_P##N##C##N##R,                                            \
-            (const Nyx##T* const pSrc[N], int srcStep, Nyx##T* pDst, int dstStep,              \
-             NyxiSize roiSize),                                                                 \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                          \
-    return nyx::copy::Planar<Nyx##T, N, false>(pDst, dstStep,                                  \
-                                               reinterpret_cast<const void* const*>(pSrc),     \
-                                               srcStep, roiSize);                              \
+#define NYX_EMIT_COPY_PLANAR(T, N)                                                             \
+  NYX_ENTRY(                                                                                   \
+      NyxStatus, nyxiCopy_##T##_C##N##P##N##R,                                                 \
+      (const Nyx##T* pSrc, int srcStep, Nyx##T* const pDst[N], int dstStep, NyxiSize roiSize), \
+      (pSrc, srcStep, pDst, dstStep, roiSize)) {                                               \
+    return nyx::copy::Planar<Nyx##T, N, true>(                                                 \
+        pSrc, srcStep, reinterpret_cast<const void* const*>(pDst), dstStep, roiSize);          \
+  }                                                                                            \
+  NYX_ENTRY(                                                                                   \
+      NyxStatus, nyxiCopy_##T##_P##N##C##N##R,                                                 \
+      (const Nyx##T* const pSrc[N], int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize), \
+      (pSrc, srcStep, pDst, dstStep, roiSize)) {                                               \
+    return nyx::copy::Planar<Nyx##T, N, false>(                                                \
+        pDst, dstStep, reinterpret_cast<const void* const*>(pSrc), srcStep, roiSize);          \
   }
-#define NYX_EMIT_COPY_LAYOUTS(T)                                                                \
-  NYX_EMIT_COPY_M(T, C1) NYX_EMIT_COPY_M(T, C3) NYX_EMIT_COPY_M(T, C4) NYX_EMIT_COPY_M(T, AC4) \
-  NYX_COPY_CHANNEL_FORMS(NYX_EMIT_COPY_CH, T)                                                   \
-  NYX_EMIT_COPY_PLANAR(T, 3) NYX_EMIT_COPY_PLANAR(T, 4)
+#define NYX_EMIT_COPY_LAYOUTS(T)                                             \
+  NYX_EMIT_COPY_M(T, C1)                                                     \
+  NYX_EMIT_COPY_M(T, C3) NYX_EMIT_COPY_M(T, C4) NYX_EMIT_COPY_M(T, AC4)      \
+      NYX_COPY_CHANNEL_FORMS(NYX_EMIT_COPY_CH, T) NYX_EMIT_COPY_PLANAR(T, 3) \
+          NYX_EMIT_COPY_PLANAR(T, 4)
 NYX_COPY_TYPES(NYX_EMIT_COPY_LAYOUTS)
 
 NYX_ENTRY(NyxStatus, nyxiDup_8u_C1C3R,

@@ -16,22 +16,25 @@ using frame::Layout;
 
 // The unsigned integer of a sample's width: the type the shared code runs on.
 template <size_t kBytes>
-using UintOfSize =
-    std::conditional_t<kBytes == 1, uint8_t,
-                       std::conditional_t<kBytes == 2, uint16_t,
-                                          std::conditional_t<kBytes == 4, uint32_t, uint64_t>>>;
+using UintOfSize = std::conditional_t<
+    kBytes == 1, uint8_t,
+    std::conditional_t<kBytes == 2, uint16_t, std::conditional_t<kBytes == 4, uint32_t, uint64_t>>>;
 template <class T>
 using Bits = UintOfSize<sizeof(T)>;
 
 template <class T>
 inline auto* AsBits(T* p) {
-  if constexpr (std::is_const_v<T>) return reinterpret_cast<const Bits<T>*>(p);
-  else return reinterpret_cast<Bits<T>*>(p);
+  if constexpr (std::is_const_v<T>)
+    return reinterpret_cast<const Bits<T>*>(p);
+  else
+    return reinterpret_cast<Bits<T>*>(p);
 }
 template <class T>
 inline auto* AsBytes(T* p) {
-  if constexpr (std::is_const_v<T>) return reinterpret_cast<const uint8_t*>(p);
-  else return reinterpret_cast<uint8_t*>(p);
+  if constexpr (std::is_const_v<T>)
+    return reinterpret_cast<const uint8_t*>(p);
+  else
+    return reinterpret_cast<uint8_t*>(p);
 }
 
 // True when the largest cache could be queried and `total` bytes are at least

@@ -123,7 +123,8 @@ inline void CopyStream(const uint8_t* s, uint8_t* d, size_t n) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 64), c);
     _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 96), e);
   }
-  for (; i + 32 <= n; i += 32) _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), Load32(s + i));
+  for (; i + 32 <= n; i += 32)
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), Load32(s + i));
   CopySmall(s + i, d + i, n - i);
 }
 
@@ -152,8 +153,10 @@ inline void CopyStreamLoad(const uint8_t* s, uint8_t* d, size_t n) {
     const __m256i v = stream_load
                           ? _mm256_stream_load_si256(reinterpret_cast<const __m256i*>(s + i))
                           : Load32(s + i);
-    if constexpr (kStreamStore) _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), v);
-    else Store32(d + i, v);
+    if constexpr (kStreamStore)
+      _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), v);
+    else
+      Store32(d + i, v);
   }
   CopySmall(s + i, d + i, n - i);
 }
@@ -237,8 +240,10 @@ inline void FillPattern(uint8_t* d, size_t n, const Pattern& pat) {
   const __m256i r1 = Load32(pat.bytes + (head + 32) % 96);
   const __m256i r2 = Load32(pat.bytes + (head + 64) % 96);
   auto put = [&](size_t at, __m256i v) {
-    if constexpr (kStream) _mm256_stream_si256(reinterpret_cast<__m256i*>(d + at), v);
-    else _mm256_store_si256(reinterpret_cast<__m256i*>(d + at), v);
+    if constexpr (kStream)
+      _mm256_stream_si256(reinterpret_cast<__m256i*>(d + at), v);
+    else
+      _mm256_store_si256(reinterpret_cast<__m256i*>(d + at), v);
   };
   for (; i + 192 <= n; i += 192) {
     put(i, r0), put(i + 32, r1), put(i + 64, r2);

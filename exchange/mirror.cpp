@@ -69,7 +69,8 @@ NyxStatus InPlace(uint8_t* p, int step, NyxiSize roi, int flip) {
   const size_t bytes = static_cast<size_t>(w) * kPixel;
   if (flip == nyxAxsHorizontal) {
     for (int y = 0; y < h / 2; ++y) {
-      avx2::ExchangeRows<kAlpha, kSample>(p + int64_t{y} * step, p + int64_t{h - 1 - y} * step, bytes);
+      avx2::ExchangeRows<kAlpha, kSample>(p + int64_t{y} * step, p + int64_t{h - 1 - y} * step,
+                                          bytes);
     }
     return nyxStsNoErr;
   }
@@ -124,23 +125,23 @@ NyxStatus OutOfPlace(const uint8_t* src, int ss, uint8_t* dst, int ds, NyxiSize 
 }  // namespace nyx::mirror
 
 // (type, layout, pixel bytes, alpha kept, diagonal flips accepted)
-#define NYX_EMIT_MIRROR(T, D, kPixel, kAlpha, kDiagonal)                                           \
-  NYX_ENTRY(NyxStatus, nyxiMirror_##T##_##D##R,                                                    \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,         \
-             NyxiAxis flip),                                                                       \
-            (pSrc, srcStep, pDst, dstStep, roiSize, flip)) {                                       \
-    return nyx::mirror::OutOfPlace<kPixel, kAlpha, sizeof(Nyx##T), kDiagonal>(                     \
-        nyx::copy::AsBytes(pSrc), srcStep, nyx::copy::AsBytes(pDst), dstStep, roiSize, flip);     \
-  }                                                                                                \
-  NYX_ENTRY(NyxStatus, nyxiMirror_##T##_##D##IR,                                                   \
-            (Nyx##T* pSrcDst, int srcDstStep, NyxiSize roiSize, NyxiAxis flip),                   \
-            (pSrcDst, srcDstStep, roiSize, flip)) {                                                \
-    return nyx::mirror::InPlace<kPixel, kAlpha, sizeof(Nyx##T)>(nyx::copy::AsBytes(pSrcDst),      \
-                                                                 srcDstStep, roiSize, flip);      \
+#define NYX_EMIT_MIRROR(T, D, kPixel, kAlpha, kDiagonal)                                      \
+  NYX_ENTRY(NyxStatus, nyxiMirror_##T##_##D##R,                                               \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize,    \
+             NyxiAxis flip),                                                                  \
+            (pSrc, srcStep, pDst, dstStep, roiSize, flip)) {                                  \
+    return nyx::mirror::OutOfPlace<kPixel, kAlpha, sizeof(Nyx##T), kDiagonal>(                \
+        nyx::copy::AsBytes(pSrc), srcStep, nyx::copy::AsBytes(pDst), dstStep, roiSize, flip); \
+  }                                                                                           \
+  NYX_ENTRY(NyxStatus, nyxiMirror_##T##_##D##IR,                                              \
+            (Nyx##T * pSrcDst, int srcDstStep, NyxiSize roiSize, NyxiAxis flip),              \
+            (pSrcDst, srcDstStep, roiSize, flip)) {                                           \
+    return nyx::mirror::InPlace<kPixel, kAlpha, sizeof(Nyx##T)>(nyx::copy::AsBytes(pSrcDst),  \
+                                                                srcDstStep, roiSize, flip);   \
   }
-#define NYX_EMIT_MIRROR_T(T, kDiagC1, kDiagC4)                                      \
-  NYX_EMIT_MIRROR(T, C1, sizeof(Nyx##T), false, kDiagC1)                            \
-  NYX_EMIT_MIRROR(T, C3, 3 * sizeof(Nyx##T), false, false)                          \
-  NYX_EMIT_MIRROR(T, C4, 4 * sizeof(Nyx##T), false, kDiagC4)                        \
+#define NYX_EMIT_MIRROR_T(T, kDiagC1, kDiagC4)               \
+  NYX_EMIT_MIRROR(T, C1, sizeof(Nyx##T), false, kDiagC1)     \
+  NYX_EMIT_MIRROR(T, C3, 3 * sizeof(Nyx##T), false, false)   \
+  NYX_EMIT_MIRROR(T, C4, 4 * sizeof(Nyx##T), false, kDiagC4) \
   NYX_EMIT_MIRROR(T, AC4, 4 * sizeof(Nyx##T), true, false)
 NYX_MIRROR_TYPES(NYX_EMIT_MIRROR_T)

@@ -29,12 +29,11 @@ inline constexpr bool kReversible = 32 % kPixel == 0;
 template <int kPixel>
 NYX_INLINE __m256i ReversePixels(__m256i v) {
   if constexpr (kPixel == 1 || kPixel == 2) {
-    const __m256i m = kPixel == 1 ? _mm256_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3,
-                                                     2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6,
-                                                     5, 4, 3, 2, 1, 0)
-                                  : _mm256_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2,
-                                                     3, 0, 1, 14, 15, 12, 13, 10, 11, 8, 9, 6, 7,
-                                                     4, 5, 2, 3, 0, 1);
+    const __m256i m = kPixel == 1
+                          ? _mm256_setr_epi8(15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0,
+                                             15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0)
+                          : _mm256_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1,
+                                             14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1);
     return _mm256_permute4x64_epi64(_mm256_shuffle_epi8(v, m), 0x4E);
   } else if constexpr (kPixel == 4) {
     return _mm256_permutevar8x32_epi32(v, _mm256_setr_epi32(7, 6, 5, 4, 3, 2, 1, 0));
@@ -49,9 +48,12 @@ NYX_INLINE __m256i ReversePixels(__m256i v) {
 // Bytes of the fourth sample of each four-sample pixel.
 template <int kSample>
 NYX_INLINE __m256i AlphaBytes() {
-  if constexpr (kSample == 1) return _mm256_set1_epi32(static_cast<int>(0xff000000u));
-  else if constexpr (kSample == 2) return _mm256_set1_epi64x(static_cast<long long>(0xffff000000000000ull));
-  else return _mm256_setr_epi32(0, 0, 0, -1, 0, 0, 0, -1);
+  if constexpr (kSample == 1)
+    return _mm256_set1_epi32(static_cast<int>(0xff000000u));
+  else if constexpr (kSample == 2)
+    return _mm256_set1_epi64x(static_cast<long long>(0xffff000000000000ull));
+  else
+    return _mm256_setr_epi32(0, 0, 0, -1, 0, 0, 0, -1);
 }
 
 NYX_INLINE __m256i LoadBlock(const uint8_t* p) {
@@ -75,7 +77,8 @@ inline void ReverseCopy(const uint8_t* s, uint8_t* d, size_t n) {
     constexpr size_t kK = 32 / kPixel;
     for (; i + kK <= n; i += kK) {
       __m256i v = ReversePixels<kPixel>(LoadBlock(s + (n - i - kK) * kPixel));
-      if constexpr (kAlpha) v = _mm256_blendv_epi8(v, LoadBlock(d + i * kPixel), AlphaBytes<kSample>());
+      if constexpr (kAlpha)
+        v = _mm256_blendv_epi8(v, LoadBlock(d + i * kPixel), AlphaBytes<kSample>());
       StoreBlock(d + i * kPixel, v);
     }
   }

@@ -24,8 +24,8 @@ using frame::Layout;
 
 template <bool kStream>
 void FillRows(uint8_t* dst, int64_t step, size_t n, int64_t height, const avx2::Pattern& pat) {
-  frame::WalkRows(height,
-                  [&](int64_t y) { avx2::FillPattern<kStream>(frame::RowAt(dst, step, y), n, pat); });
+  frame::WalkRows(
+      height, [&](int64_t y) { avx2::FillPattern<kStream>(frame::RowAt(dst, step, y), n, pat); });
   if constexpr (kStream) avx2::StoreFence();
 }
 
@@ -113,36 +113,37 @@ NyxStatus SetMasked(const T* value, T* dst, int step, NyxiSize roi, const uint8_
 
 #define NYX_SET_L(T, D) nyx::set::Set<Nyx##T, nyx::frame::Layout::k##D>
 #define NYX_SET_M(T, D) nyx::set::SetMasked<Nyx##T, nyx::frame::Layout::k##D>
-#define NYX_EMIT_SET_N(T, D, N)                                                                    \
-  NYX_ENTRY(NyxStatus, nyxiSet_##T##_##D##R,                                                       \
-            (const Nyx##T value[N], Nyx##T* pDst, int dstStep, NyxiSize roiSize),                  \
-            (value, pDst, dstStep, roiSize)) {                                                     \
-    return NYX_SET_L(T, D)(value, pDst, dstStep, roiSize);                                         \
-  }                                                                                                \
-  NYX_ENTRY(NyxStatus, nyxiSet_##T##_##D##MR,                                                      \
-            (const Nyx##T value[N], Nyx##T* pDst, int dstStep, NyxiSize roiSize,                   \
-             const Nyx8u* pMask, int maskStep),                                                    \
-            (value, pDst, dstStep, roiSize, pMask, maskStep)) {                                    \
-    return NYX_SET_M(T, D)(value, pDst, dstStep, roiSize, pMask, maskStep);                        \
+#define NYX_EMIT_SET_N(T, D, N)                                                   \
+  NYX_ENTRY(NyxStatus, nyxiSet_##T##_##D##R,                                      \
+            (const Nyx##T value[N], Nyx##T* pDst, int dstStep, NyxiSize roiSize), \
+            (value, pDst, dstStep, roiSize)) {                                    \
+    return NYX_SET_L(T, D)(value, pDst, dstStep, roiSize);                        \
+  }                                                                               \
+  NYX_ENTRY(NyxStatus, nyxiSet_##T##_##D##MR,                                     \
+            (const Nyx##T value[N], Nyx##T* pDst, int dstStep, NyxiSize roiSize,  \
+             const Nyx8u* pMask, int maskStep),                                   \
+            (value, pDst, dstStep, roiSize, pMask, maskStep)) {                   \
+    return NYX_SET_M(T, D)(value, pDst, dstStep, roiSize, pMask, maskStep);       \
   }
-#define NYX_EMIT_SET_CR(T, N)                                                                      \
-  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C##N##CR,                                                     \
-            (Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize),                           \
-            (value, pDst, dstStep, roiSize)) {                                                     \
-    return nyx::set::SetChannel<Nyx##T, N>(value, pDst, dstStep, roiSize);                         \
+#define NYX_EMIT_SET_CR(T, N)                                              \
+  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C##N##CR,                             \
+            (Nyx##T value, Nyx##T * pDst, int dstStep, NyxiSize roiSize),  \
+            (value, pDst, dstStep, roiSize)) {                             \
+    return nyx::set::SetChannel<Nyx##T, N>(value, pDst, dstStep, roiSize); \
   }
-#define NYX_EMIT_SET(T)                                                                            \
-  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C1R, (Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize), \
-            (value, pDst, dstStep, roiSize)) {                                                     \
-    return NYX_SET_L(T, C1)(&value, pDst, dstStep, roiSize);                                       \
-  }                                                                                                \
-  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C1MR,                                                         \
-            (Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize, const Nyx8u* pMask,        \
-             int maskStep),                                                                        \
-            (value, pDst, dstStep, roiSize, pMask, maskStep)) {                                    \
-    return NYX_SET_M(T, C1)(&value, pDst, dstStep, roiSize, pMask, maskStep);                      \
-  }                                                                                                \
-  NYX_EMIT_SET_N(T, C3, 3) NYX_EMIT_SET_N(T, C4, 4) NYX_EMIT_SET_N(T, AC4, 3)                      \
-  NYX_EMIT_SET_CR(T, 3) NYX_EMIT_SET_CR(T, 4)
+#define NYX_EMIT_SET(T)                                                                      \
+  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C1R,                                                    \
+            (Nyx##T value, Nyx##T * pDst, int dstStep, NyxiSize roiSize),                    \
+            (value, pDst, dstStep, roiSize)) {                                               \
+    return NYX_SET_L(T, C1)(&value, pDst, dstStep, roiSize);                                 \
+  }                                                                                          \
+  NYX_ENTRY(NyxStatus, nyxiSet_##T##_C1MR,                                                   \
+            (Nyx##T value, Nyx##T * pDst, int dstStep, NyxiSize roiSize, const Nyx8u* pMask, \
+             int maskStep),                                                                  \
+            (value, pDst, dstStep, roiSize, pMask, maskStep)) {                              \
+    return NYX_SET_M(T, C1)(&value, pDst, dstStep, roiSize, pMask, maskStep);                \
+  }                                                                                          \
+  NYX_EMIT_SET_N(T, C3, 3)                                                                   \
+  NYX_EMIT_SET_N(T, C4, 4) NYX_EMIT_SET_N(T, AC4, 3) NYX_EMIT_SET_CR(T, 3) NYX_EMIT_SET_CR(T, 4)
 
 NYX_COPY_TYPES(NYX_EMIT_SET)

@@ -38,9 +38,9 @@ struct ShuffleSide {
 };
 
 struct ShufflePlan {
-  int sample;                // bytes per sample: 1, 2 or 4
-  int in_ch, out_ch;         // channels of a source and a destination pixel
-  int in_chunks, out_chunks; // 16-byte chunks of one block
+  int sample;                 // bytes per sample: 1, 2 or 4
+  int in_ch, out_ch;          // channels of a source and a destination pixel
+  int in_chunks, out_chunks;  // 16-byte chunks of one block
   int order[4];
   uint8_t fill_value[4][4];  // bytes of the fill sample, per channel
   alignas(32) uint8_t mask[4][4][16];
@@ -83,7 +83,8 @@ inline void FillShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
         } else if (src == kFillChannel) {
           p.fill[j][b] = p.fill_value[c][k], p.any_fill = true;
         } else {
-          const int ib = in_planar ? src * 16 + x * p.sample + k : (x * p.in_ch + src) * p.sample + k;
+          const int ib =
+              in_planar ? src * 16 + x * p.sample + k : (x * p.in_ch + src) * p.sample + k;
           p.mask[j][ib / 16][b] = static_cast<uint8_t>(ib % 16);
           p.used[j][ib / 16] = true;
         }
@@ -129,8 +130,10 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       // An unused pair keeps an all-zero shuffle, so it adds nothing.
       mask[j][k] = wide(kMode == ShufflePlan::kGeneral ? p.mask[j][k] : p.sel[j][k]);
     }
-    fill[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.fill[j])));
-    keep[j] = _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.keep[j])));
+    fill[j] =
+        _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.fill[j])));
+    keep[j] =
+        _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(p.keep[j])));
   }
   // Which pairs matter is fixed by the layouts; the tests below are the same
   // in every round.
@@ -200,8 +203,11 @@ using ShuffleRoundsFn = void (*)(const ShufflePlan&, ShuffleSide, ShuffleSide, s
 
 template <int kIn, int kOut>
 ShuffleRoundsFn PickRounds(const ShufflePlan& p) {
-  if (p.any_fill) return p.any_keep ? ShuffleRounds<kIn, kOut, true, true> : ShuffleRounds<kIn, kOut, true, false>;
-  return p.any_keep ? ShuffleRounds<kIn, kOut, false, true> : ShuffleRounds<kIn, kOut, false, false>;
+  if (p.any_fill)
+    return p.any_keep ? ShuffleRounds<kIn, kOut, true, true>
+                      : ShuffleRounds<kIn, kOut, true, false>;
+  return p.any_keep ? ShuffleRounds<kIn, kOut, false, true>
+                    : ShuffleRounds<kIn, kOut, false, false>;
 }
 
 // The rounds kernel for the plan's chunk counts.
@@ -209,23 +215,33 @@ inline ShuffleRoundsFn PickRounds(const ShufflePlan& p, bool in_planar, bool out
   using M = ShufflePlan;
   if (in_planar) {
     if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, true, false>;
-    if (p.mode == M::kShuffleFirst) return ShuffleRounds<3, 3, false, false, true, false, M::kShuffleFirst>;
-    if (p.mode == M::kSelectFirst) return ShuffleRounds<3, 3, false, false, true, false, M::kSelectFirst>;
+    if (p.mode == M::kShuffleFirst)
+      return ShuffleRounds<3, 3, false, false, true, false, M::kShuffleFirst>;
+    if (p.mode == M::kSelectFirst)
+      return ShuffleRounds<3, 3, false, false, true, false, M::kSelectFirst>;
     return ShuffleRounds<3, 3, false, false, true, false>;
   }
   if (out_planar) {
     if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, false, true>;
-    if (p.mode == M::kShuffleFirst) return ShuffleRounds<3, 3, false, false, false, true, M::kShuffleFirst>;
-    if (p.mode == M::kSelectFirst) return ShuffleRounds<3, 3, false, false, false, true, M::kSelectFirst>;
+    if (p.mode == M::kShuffleFirst)
+      return ShuffleRounds<3, 3, false, false, false, true, M::kShuffleFirst>;
+    if (p.mode == M::kSelectFirst)
+      return ShuffleRounds<3, 3, false, false, false, true, M::kSelectFirst>;
     return ShuffleRounds<3, 3, false, false, false, true>;
   }
   switch (p.in_chunks * 8 + p.out_chunks) {
-    case 1 * 8 + 3: return PickRounds<1, 3>(p);
-    case 1 * 8 + 4: return PickRounds<1, 4>(p);
-    case 3 * 8 + 3: return PickRounds<3, 3>(p);
-    case 3 * 8 + 4: return PickRounds<3, 4>(p);
-    case 4 * 8 + 3: return PickRounds<4, 3>(p);
-    default: return PickRounds<4, 4>(p);
+    case 1 * 8 + 3:
+      return PickRounds<1, 3>(p);
+    case 1 * 8 + 4:
+      return PickRounds<1, 4>(p);
+    case 3 * 8 + 3:
+      return PickRounds<3, 3>(p);
+    case 3 * 8 + 4:
+      return PickRounds<3, 4>(p);
+    case 4 * 8 + 3:
+      return PickRounds<4, 3>(p);
+    default:
+      return PickRounds<4, 4>(p);
   }
 }
 
@@ -263,12 +279,15 @@ inline void PickShuffleMode(ShufflePlan& p) {
     }
     for (int k = 0; k < p.in_chunks; ++k) {
       for (int i = 0; i < 16; ++i) {
-        p.sel[j][k][i] = shuffle_first ? (p.mask[j][k][i] != 0x80 ? 0xff : 0) : (owner[i] == k ? 0xff : 0);
+        p.sel[j][k][i] =
+            shuffle_first ? (p.mask[j][k][i] != 0x80 ? 0xff : 0) : (owner[i] == k ? 0xff : 0);
       }
     }
   }
-  if (shuffle_first) p.mode = ShufflePlan::kShuffleFirst;
-  else if (select_first) p.mode = ShufflePlan::kSelectFirst;
+  if (shuffle_first)
+    p.mode = ShufflePlan::kShuffleFirst;
+  else if (select_first)
+    p.mode = ShufflePlan::kSelectFirst;
 }
 
 // Builds the plan and picks its rounds kernel, once per call.
@@ -292,8 +311,10 @@ inline void ShufflePixels(const ShufflePlan& p, const uint8_t* const* in, ptrdif
       const int src = p.order[c];
       if (src == kKeepChannel) continue;
       U v;
-      if (src == kFillChannel) __builtin_memcpy(&v, p.fill_value[c], sizeof(U));
-      else v = px[src];
+      if (src == kFillChannel)
+        __builtin_memcpy(&v, p.fill_value[c], sizeof(U));
+      else
+        v = px[src];
       __builtin_memcpy(out[c] + x * out_px, &v, sizeof(U));
     }
   }
@@ -312,7 +333,8 @@ inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_plan
   const size_t rounds = width / per_round;
   if (rounds) {
     const ShuffleSide si = in_planar ? PlanarSide(in, p.in_ch) : InterleavedSide(in[0], p.in_ch);
-    const ShuffleSide so = out_planar ? PlanarSide(out, p.out_ch) : InterleavedSide(out[0], p.out_ch);
+    const ShuffleSide so =
+        out_planar ? PlanarSide(out, p.out_ch) : InterleavedSide(out[0], p.out_ch);
     p.rounds(p, si, so, rounds);
   }
   const uint8_t* ib[4];

@@ -34,21 +34,24 @@ NyxStatus OutOfPlace(const uint8_t* src, int src_step, uint8_t* dst, int dst_ste
 }  // namespace
 }  // namespace nyx::transpose
 
-#define NYX_EMIT_TRANSPOSE(T, D, kPixel)                                                       \
-  NYX_ENTRY(NyxStatus, nyxiTranspose_##T##_##D##R,                                             \
-            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize),    \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                         \
-    return nyx::transpose::OutOfPlace<kPixel>(nyx::copy::AsBytes(pSrc), srcStep,              \
-                                              nyx::copy::AsBytes(pDst), dstStep, roiSize);    \
+#define NYX_EMIT_TRANSPOSE(T, D, kPixel)                                                    \
+  NYX_ENTRY(NyxStatus, nyxiTranspose_##T##_##D##R,                                          \
+            (const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize roiSize), \
+            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                      \
+    return nyx::transpose::OutOfPlace<kPixel>(nyx::copy::AsBytes(pSrc), srcStep,            \
+                                              nyx::copy::AsBytes(pDst), dstStep, roiSize);  \
   }
-#define NYX_EMIT_TRANSPOSE_I(T, D, kPixel)                                                     \
-  NYX_ENTRY(NyxStatus, nyxiTranspose_##T##_##D##IR,                                            \
-            (Nyx##T* pSrcDst, int srcDstStep, NyxiSize roiSize), (pSrcDst, srcDstStep, roiSize)) { \
+#define NYX_EMIT_TRANSPOSE_I(T, D, kPixel)                                                    \
+  NYX_ENTRY(NyxStatus, nyxiTranspose_##T##_##D##IR,                                           \
+            (Nyx##T * pSrcDst, int srcDstStep, NyxiSize roiSize),                             \
+            (pSrcDst, srcDstStep, roiSize)) {                                                 \
     return nyx::transpose::InPlace<kPixel>(nyx::copy::AsBytes(pSrcDst), srcDstStep, roiSize); \
   }
-#define NYX_EMIT_TRANSPOSE_T(T)                                                               \
-  NYX_EMIT_TRANSPOSE(T, C1, sizeof(Nyx##T)) NYX_EMIT_TRANSPOSE_I(T, C1, sizeof(Nyx##T))       \
-  NYX_EMIT_TRANSPOSE(T, C3, 3 * sizeof(Nyx##T)) NYX_EMIT_TRANSPOSE_I(T, C3, 3 * sizeof(Nyx##T)) \
-  NYX_EMIT_TRANSPOSE(T, C4, 4 * sizeof(Nyx##T)) NYX_EMIT_TRANSPOSE_I(T, C4, 4 * sizeof(Nyx##T))
+#define NYX_EMIT_TRANSPOSE_T(T)                                                             \
+  NYX_EMIT_TRANSPOSE(T, C1, sizeof(Nyx##T))                                                 \
+  NYX_EMIT_TRANSPOSE_I(T, C1, sizeof(Nyx##T)) NYX_EMIT_TRANSPOSE(T, C3, 3 * sizeof(Nyx##T)) \
+      NYX_EMIT_TRANSPOSE_I(T, C3, 3 * sizeof(Nyx##T))                                       \
+          NYX_EMIT_TRANSPOSE(T, C4, 4 * sizeof(Nyx##T))                                     \
+              NYX_EMIT_TRANSPOSE_I(T, C4, 4 * sizeof(Nyx##T))
 NYX_COPY_TYPES(NYX_EMIT_TRANSPOSE_T)
 NYX_EMIT_TRANSPOSE(32fc, C1, 8)

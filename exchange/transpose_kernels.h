@@ -25,7 +25,8 @@ inline void TransposeTilePixels(const uint8_t* s, ptrdiff_t ss, uint8_t* d, ptrd
                                 int rows) {
   for (int y = 0; y < rows; ++y) {
     const uint8_t* sr = s + y * ss;
-    for (int x = 0; x < cols; ++x) __builtin_memcpy(d + x * ds + y * kPixel, sr + x * kPixel, kPixel);
+    for (int x = 0; x < cols; ++x)
+      __builtin_memcpy(d + x * ds + y * kPixel, sr + x * kPixel, kPixel);
   }
 }
 
@@ -98,7 +99,8 @@ inline void Transpose8x8x32(const uint8_t* s, ptrdiff_t ss, uint8_t* d, ptrdiff_
     u[4 * h + 3] = _mm256_shuffle_ps(t[4 * h + 1], t[4 * h + 3], 0xEE);
   }
   for (int k = 0; k < 4; ++k) {
-    _mm256_storeu_ps(reinterpret_cast<float*>(d + k * ds), _mm256_permute2f128_ps(u[k], u[k + 4], 0x20));
+    _mm256_storeu_ps(reinterpret_cast<float*>(d + k * ds),
+                     _mm256_permute2f128_ps(u[k], u[k + 4], 0x20));
     _mm256_storeu_ps(reinterpret_cast<float*>(d + (k + 4) * ds),
                      _mm256_permute2f128_ps(u[k], u[k + 4], 0x31));
   }

@@ -73,8 +73,10 @@ void TransposeNyx(benchmark::State& st) {
   std::vector<T> s(size_t(kW) * kH, T(1)), d(size_t(kW) * kH);
   for (size_t i = 0; i < s.size(); ++i) s[i] = static_cast<T>(i % 251);
   for (auto _ : st) {
-    if constexpr (sizeof(T) == 1) nyxiTranspose_8u_C1R(s.data(), kW, d.data(), kH, {kW, kH});
-    else nyxiTranspose_32f_C1R(s.data(), kW * 4, d.data(), kH * 4, {kW, kH});
+    if constexpr (sizeof(T) == 1)
+      nyxiTranspose_8u_C1R(s.data(), kW, d.data(), kH, {kW, kH});
+    else
+      nyxiTranspose_32f_C1R(s.data(), kW * 4, d.data(), kH * 4, {kW, kH});
     benchmark::DoNotOptimize(d.data());
   }
   SetBytes(st, s.size() * sizeof(T));

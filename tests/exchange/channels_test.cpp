@@ -28,10 +28,13 @@ void CheckSwap(int in_ch, int out_ch, bool keep_alpha, const int* order,
       PaddedImage<T> dst = RandomImage<T>(w, h, out_ch, 1, 7);
       const PaddedImage<T> before = dst;
       ASSERT_EQ(call(src.roi(), src.step(), dst.roi(), dst.step(), {w, h}), nyxStsNoErr);
-      ExpectImage(dst, [&](int x, int y, int c) {
-        if (keep_alpha && c == 3) return before.at(x, y, c);
-        return order[c] >= in_ch ? fill : src.at(x, y, order[c]);
-      }, name);
+      ExpectImage(
+          dst,
+          [&](int x, int y, int c) {
+            if (keep_alpha && c == 3) return before.at(x, y, c);
+            return order[c] >= in_ch ? fill : src.at(x, y, order[c]);
+          },
+          name);
     }
   }
 }
@@ -50,15 +53,18 @@ void CheckSwapForms(SwapFn<T> c3, SwapFn<T> c4, SwapFn<T> ac4, SwapFillFn<T> c3c
   CheckSwap<T>(4, 4, false, o4, bind(c4, o4), fill, "C4");
   CheckSwap<T>(4, 4, true, o3, bind(ac4, o3), fill, "AC4");
   CheckSwap<T>(4, 3, false, o43, bind(c4c3, o43), fill, "C4C3");
-  CheckSwap<T>(3, 4, false, o34,
-               [&](const T* s, int ss, T* d, int ds, NyxiSize r) { return c3c4(s, ss, d, ds, r, o34, fill); },
-               fill, "C3C4");
+  CheckSwap<T>(
+      3, 4, false, o34,
+      [&](const T* s, int ss, T* d, int ds, NyxiSize r) {
+        return c3c4(s, ss, d, ds, r, o34, fill);
+      },
+      fill, "C3C4");
 }
 
 TEST(SwapChannels, EveryFormAgainstTheModel) {
-#define CHECK_TYPE(T)                                                                         \
-  CheckSwapForms<Nyx##T>(nyxiSwapChannels_##T##_C3R, nyxiSwapChannels_##T##_C4R,              \
-                         nyxiSwapChannels_##T##_AC4R, nyxiSwapChannels_##T##_C3C4R,           \
+#define CHECK_TYPE(T)                                                               \
+  CheckSwapForms<Nyx##T>(nyxiSwapChannels_##T##_C3R, nyxiSwapChannels_##T##_C4R,    \
+                         nyxiSwapChannels_##T##_AC4R, nyxiSwapChannels_##T##_C3C4R, \
                          nyxiSwapChannels_##T##_C4C3R, #T);
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
@@ -71,14 +77,17 @@ TEST(SwapChannels, InPlaceReadsEveryPixelBeforeWriting) {
     const int order[3] = {2, 1, 0};
     ASSERT_EQ(nyxiSwapChannels_8u_C3R(img.roi(), img.step(), img.roi(), img.step(), {w, 3}, order),
               nyxStsNoErr);
-    ExpectImage(img, [&](int x, int y, int c) { return orig.at(x, y, 2 - c); }, "C3R same pointer");
+    ExpectImage(
+        img, [&](int x, int y, int c) { return orig.at(x, y, 2 - c); }, "C3R same pointer");
     ASSERT_EQ(nyxiSwapChannels_8u_C3IR(img.roi(), img.step(), {w, 3}, order), nyxStsNoErr);
-    ExpectImage(img, [&](int x, int y, int c) { return orig.at(x, y, c); }, "C3IR back");
+    ExpectImage(
+        img, [&](int x, int y, int c) { return orig.at(x, y, c); }, "C3IR back");
     PaddedImage<Nyx8u> img4 = RandomImage<Nyx8u>(w, 2, 4);
     const PaddedImage<Nyx8u> orig4 = img4;
     const int order4[4] = {1, 2, 3, 0};
     ASSERT_EQ(nyxiSwapChannels_8u_C4IR(img4.roi(), img4.step(), {w, 2}, order4), nyxStsNoErr);
-    ExpectImage(img4, [&](int x, int y, int c) { return orig4.at(x, y, (c + 1) % 4); }, "C4IR");
+    ExpectImage(
+        img4, [&](int x, int y, int c) { return orig4.at(x, y, (c + 1) % 4); }, "C4IR");
   }
 }
 
@@ -104,20 +113,70 @@ TEST(SwapChannels, ContiguousRowsAndGuardPages) {
 TEST(SwapChannels, OrderOfTests) {
   Nyx8u a[256] = {}, b[256] = {};
   const int ok3[3] = {2, 1, 0}, bad3[3] = {0, 3, 1}, neg3[3] = {0, -1, 1};
-  const int ok4[4] = {3, 2, 1, 0}, bad4[4] = {0, 1, 2, 4}, fill4[4] = {0, 1, 2, 99}, neg4[4] = {-1, 0, 1, 2};
+  const int ok4[4] = {3, 2, 1, 0}, bad4[4] = {0, 1, 2, 4}, fill4[4] = {0, 1, 2, 99},
+            neg4[4] = {-1, 0, 1, 2};
   ExpectStatuses({
-      {"null order", [&] { return nyxiSwapChannels_8u_C3R(a, 12, b, 12, {0, 1}, nullptr); }, nyxStsNullPtrErr},
-      {"size before stride", [&] { return nyxiSwapChannels_8u_C3R(a, 0, b, 12, {0, 1}, bad3); }, nyxStsSizeErr},
-      {"zero stride", [&] { return nyxiSwapChannels_8u_C3R(a, 0, b, 12, {4, 1}, bad3); }, nyxStsStepErr},
-      {"zero stride in place", [&] { return nyxiSwapChannels_8u_C4IR(a, 0, {4, 1}, ok4); }, nyxStsStepErr},
-      {"stride -12", [&] { return nyxiSwapChannels_8u_C3R(a + 48, -12, b + 48, -12, {4, 4}, ok3); }, nyxStsNoErr},
-      {"index 3 at C3", [&] { return nyxiSwapChannels_8u_C3R(a, 12, b, 12, {4, 1}, bad3); }, nyxStsChannelOrderErr},
-      {"negative index at C3", [&] { return nyxiSwapChannels_16s_C3R(reinterpret_cast<Nyx16s*>(a), 24, reinterpret_cast<Nyx16s*>(b), 24, {4, 1}, neg3); }, nyxStsChannelOrderErr},
-      {"index 3 at AC4", [&] { return nyxiSwapChannels_8u_AC4R(a, 16, b, 16, {4, 1}, bad3); }, nyxStsChannelOrderErr},
-      {"index 4 at C4", [&] { return nyxiSwapChannels_8u_C4R(a, 16, b, 16, {4, 1}, bad4); }, nyxStsChannelOrderErr},
-      {"index 3 at C4C3", [&] { return nyxiSwapChannels_8u_C4C3R(a, 16, b, 12, {4, 1}, ok4); }, nyxStsNoErr},
-      {"index 99 at C3C4 is the fill", [&] { return nyxiSwapChannels_8u_C3C4R(a, 12, b, 16, {4, 1}, fill4, 5); }, nyxStsNoErr},
-      {"negative at C3C4", [&] { return nyxiSwapChannels_8u_C3C4R(a, 12, b, 16, {4, 1}, neg4, 5); }, nyxStsChannelOrderErr},
+      {"null order",
+       [&] {
+         return nyxiSwapChannels_8u_C3R(a, 12, b, 12, {0, 1}, nullptr);
+       },
+       nyxStsNullPtrErr},
+      {"size before stride",
+       [&] {
+         return nyxiSwapChannels_8u_C3R(a, 0, b, 12, {0, 1}, bad3);
+       },
+       nyxStsSizeErr},
+      {"zero stride",
+       [&] {
+         return nyxiSwapChannels_8u_C3R(a, 0, b, 12, {4, 1}, bad3);
+       },
+       nyxStsStepErr},
+      {"zero stride in place",
+       [&] {
+         return nyxiSwapChannels_8u_C4IR(a, 0, {4, 1}, ok4);
+       },
+       nyxStsStepErr},
+      {"stride -12",
+       [&] {
+         return nyxiSwapChannels_8u_C3R(a + 48, -12, b + 48, -12, {4, 4}, ok3);
+       },
+       nyxStsNoErr},
+      {"index 3 at C3",
+       [&] {
+         return nyxiSwapChannels_8u_C3R(a, 12, b, 12, {4, 1}, bad3);
+       },
+       nyxStsChannelOrderErr},
+      {"negative index at C3",
+       [&] {
+         return nyxiSwapChannels_16s_C3R(reinterpret_cast<Nyx16s*>(a), 24,
+                                         reinterpret_cast<Nyx16s*>(b), 24, {4, 1}, neg3);
+       },
+       nyxStsChannelOrderErr},
+      {"index 3 at AC4",
+       [&] {
+         return nyxiSwapChannels_8u_AC4R(a, 16, b, 16, {4, 1}, bad3);
+       },
+       nyxStsChannelOrderErr},
+      {"index 4 at C4",
+       [&] {
+         return nyxiSwapChannels_8u_C4R(a, 16, b, 16, {4, 1}, bad4);
+       },
+       nyxStsChannelOrderErr},
+      {"index 3 at C4C3",
+       [&] {
+         return nyxiSwapChannels_8u_C4C3R(a, 16, b, 12, {4, 1}, ok4);
+       },
+       nyxStsNoErr},
+      {"index 99 at C3C4 is the fill",
+       [&] {
+         return nyxiSwapChannels_8u_C3C4R(a, 12, b, 16, {4, 1}, fill4, 5);
+       },
+       nyxStsNoErr},
+      {"negative at C3C4",
+       [&] {
+         return nyxiSwapChannels_8u_C3C4R(a, 12, b, 16, {4, 1}, neg4, 5);
+       },
+       nyxStsChannelOrderErr},
   });
 }
 
@@ -129,12 +188,22 @@ TEST(Dup, EverySampleToEveryChannel) {
     PaddedImage<Nyx8u> d3 = RandomImage<Nyx8u>(w, 3, 3), d4 = RandomImage<Nyx8u>(w, 3, 4);
     ASSERT_EQ(nyxiDup_8u_C1C3R(src.roi(), src.step(), d3.roi(), d3.step(), {w, 3}), nyxStsNoErr);
     ASSERT_EQ(nyxiDup_8u_C1C4R(src.roi(), src.step(), d4.roi(), d4.step(), {w, 3}), nyxStsNoErr);
-    ExpectImage(d3, [&](int x, int y, int) { return src.at(x, y); }, "C1C3");
-    ExpectImage(d4, [&](int x, int y, int) { return src.at(x, y); }, "C1C4");
+    ExpectImage(
+        d3, [&](int x, int y, int) { return src.at(x, y); }, "C1C3");
+    ExpectImage(
+        d4, [&](int x, int y, int) { return src.at(x, y); }, "C1C4");
   }
   Nyx8u a[8] = {};
-  ExpectStatuses({{"null", [&] { return nyxiDup_8u_C1C3R(nullptr, 1, a, 3, {0, 1}); }, nyxStsNullPtrErr},
-                  {"size", [&] { return nyxiDup_8u_C1C4R(a, 1, a, 3, {1, 0}); }, nyxStsSizeErr}});
+  ExpectStatuses({{"null",
+                   [&] {
+                     return nyxiDup_8u_C1C3R(nullptr, 1, a, 3, {0, 1});
+                   },
+                   nyxStsNullPtrErr},
+                  {"size",
+                   [&] {
+                     return nyxiDup_8u_C1C4R(a, 1, a, 3, {1, 0});
+                   },
+                   nyxStsSizeErr}});
 }
 
 // kIn-channel source, kOut-channel destination; `move` samples from source
@@ -148,21 +217,24 @@ void CheckChannelCopy(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize), int in_
     PaddedImage<T> dst = RandomImage<T>(w, 3, out_ch);
     const PaddedImage<T> before = dst;
     ASSERT_EQ(fn(src.roi() + sc, src.step(), dst.roi() + dc, dst.step(), {w, 3}), nyxStsNoErr);
-    ExpectImage(dst, [&](int x, int y, int c) {
-      return c >= dc && c < dc + move ? src.at(x, y, sc + c - dc) : before.at(x, y, c);
-    }, name);
+    ExpectImage(
+        dst,
+        [&](int x, int y, int c) {
+          return c >= dc && c < dc + move ? src.at(x, y, sc + c - dc) : before.at(x, y, c);
+        },
+        name);
   }
 }
 
 TEST(CopyChannels, EveryChannelForm) {
-#define CHECK_TYPE(T)                                                                 \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3C1R, 3, 1, 1, 0, 1, #T " C3C1");          \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C4C1R, 4, 1, 3, 0, 1, #T " C4C1");          \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C1C3R, 1, 3, 0, 2, 1, #T " C1C3");          \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C1C4R, 1, 4, 0, 1, 1, #T " C1C4");          \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3CR, 3, 3, 2, 2, 1, #T " C3CR");           \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C4CR, 4, 4, 3, 3, 1, #T " C4CR");           \
-  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3AC4R, 3, 4, 0, 0, 3, #T " C3AC4");        \
+#define CHECK_TYPE(T)                                                          \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3C1R, 3, 1, 1, 0, 1, #T " C3C1");   \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C4C1R, 4, 1, 3, 0, 1, #T " C4C1");   \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C1C3R, 1, 3, 0, 2, 1, #T " C1C3");   \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C1C4R, 1, 4, 0, 1, 1, #T " C1C4");   \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3CR, 3, 3, 2, 2, 1, #T " C3CR");    \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C4CR, 4, 4, 3, 3, 1, #T " C4CR");    \
+  CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_C3AC4R, 3, 4, 0, 0, 3, #T " C3AC4"); \
   CheckChannelCopy<Nyx##T>(nyxiCopy_##T##_AC4C3R, 4, 3, 0, 0, 3, #T " AC4C3");
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
@@ -181,29 +253,47 @@ void CheckPlanar(NyxStatus (*to)(const T*, int, T* const*, int, NyxiSize),
     for (int c = 0; c < N; ++c) pp[c] = planes[c].roi();
     ASSERT_EQ(to(src.roi(), src.step(), pp, planes[0].step(), {w, h}), nyxStsNoErr);
     for (int c = 0; c < N; ++c) {
-      ExpectImage(planes[c], [&](int x, int y, int) { return src.at(x, y, c); }, "to planes");
+      ExpectImage(
+          planes[c], [&](int x, int y, int) { return src.at(x, y, c); }, "to planes");
     }
     PaddedImage<T> back = RandomImage<T>(w, h, N, 1, 0);
     const T* cp[N];
     for (int c = 0; c < N; ++c) cp[c] = planes[c].roi();
     ASSERT_EQ(from(cp, planes[0].step(), back.roi(), back.step(), {w, h}), nyxStsNoErr);
-    ExpectImage(back, [&](int x, int y, int c) { return src.at(x, y, c); }, "from planes");
+    ExpectImage(
+        back, [&](int x, int y, int c) { return src.at(x, y, c); }, "from planes");
   }
   // Null tests: the array and the image, then each plane in order, then size.
   T a[64] = {};
   T* with_null[4] = {a, a, nullptr, a};
   const T* cwith_null[4] = {a, nullptr, a, a};
   ExpectStatuses({
-      {"null array", [&] { return to(a, 16, nullptr, 16, {0, 0}); }, nyxStsNullPtrErr},
-      {"null plane", [&] { return to(a, 16, with_null, 16, {0, 0}); }, nyxStsNullPtrErr},
-      {"null plane back", [&] { return from(cwith_null, 16, a, 16, {0, 0}); }, nyxStsNullPtrErr},
-      {"null image", [&] { return from(cwith_null, 16, nullptr, 16, {1, 1}); }, nyxStsNullPtrErr},
+      {"null array",
+       [&] {
+         return to(a, 16, nullptr, 16, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"null plane",
+       [&] {
+         return to(a, 16, with_null, 16, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"null plane back",
+       [&] {
+         return from(cwith_null, 16, a, 16, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"null image",
+       [&] {
+         return from(cwith_null, 16, nullptr, 16, {1, 1});
+       },
+       nyxStsNullPtrErr},
   });
 }
 
 TEST(CopyPlanar, ToPlanesAndBack) {
-#define CHECK_TYPE(T)                                                                        \
-  CheckPlanar<Nyx##T, 3>(nyxiCopy_##T##_C3P3R, nyxiCopy_##T##_P3C3R, #T " 3");               \
+#define CHECK_TYPE(T)                                                          \
+  CheckPlanar<Nyx##T, 3>(nyxiCopy_##T##_C3P3R, nyxiCopy_##T##_P3C3R, #T " 3"); \
   CheckPlanar<Nyx##T, 4>(nyxiCopy_##T##_C4P4R, nyxiCopy_##T##_P4C4R, #T " 4");
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
@@ -226,9 +316,12 @@ void CheckMasked(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, const Nyx8u*,
       if (zero_mask) {
         EXPECT_TRUE(dst.SameAs(snap)) << "a zero mask changed the destination";
       }
-      ExpectImage(dst, [&](int x, int y, int c) {
-        return mask.at(x, y) && !(alpha && c == 3) ? src.at(x, y, c) : before.at(x, y, c);
-      }, name);
+      ExpectImage(
+          dst,
+          [&](int x, int y, int c) {
+            return mask.at(x, y) && !(alpha && c == 3) ? src.at(x, y, c) : before.at(x, y, c);
+          },
+          name);
     }
   }
   // Packed images below 32768 a side run as one row.
@@ -245,19 +338,35 @@ void CheckMasked(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, const Nyx8u*,
 }
 
 TEST(CopyMasked, EveryMaskedForm) {
-#define CHECK_TYPE(T)                                                  \
-  CheckMasked<Nyx##T>(nyxiCopy_##T##_C1MR, 1, false, #T " C1MR");      \
-  CheckMasked<Nyx##T>(nyxiCopy_##T##_C3MR, 3, false, #T " C3MR");      \
-  CheckMasked<Nyx##T>(nyxiCopy_##T##_C4MR, 4, false, #T " C4MR");      \
+#define CHECK_TYPE(T)                                             \
+  CheckMasked<Nyx##T>(nyxiCopy_##T##_C1MR, 1, false, #T " C1MR"); \
+  CheckMasked<Nyx##T>(nyxiCopy_##T##_C3MR, 3, false, #T " C3MR"); \
+  CheckMasked<Nyx##T>(nyxiCopy_##T##_C4MR, 4, false, #T " C4MR"); \
   CheckMasked<Nyx##T>(nyxiCopy_##T##_AC4MR, 4, true, #T " AC4MR");
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
   Nyx8u a[16] = {};
   ExpectStatuses({
-      {"null mask", [&] { return nyxiCopy_8u_C1MR(a, 4, a, 4, {0, 1}, nullptr, 4); }, nyxStsNullPtrErr},
-      {"size", [&] { return nyxiCopy_8u_C3MR(a, 4, a, 4, {1, 0}, a, 4); }, nyxStsSizeErr},
-      {"channel null", [&] { return nyxiCopy_8u_C3C1R(nullptr, 4, a, 4, {0, 1}); }, nyxStsNullPtrErr},
-      {"channel size", [&] { return nyxiCopy_8u_C1C4R(a, 4, a, 4, {0, 1}); }, nyxStsSizeErr},
+      {"null mask",
+       [&] {
+         return nyxiCopy_8u_C1MR(a, 4, a, 4, {0, 1}, nullptr, 4);
+       },
+       nyxStsNullPtrErr},
+      {"size",
+       [&] {
+         return nyxiCopy_8u_C3MR(a, 4, a, 4, {1, 0}, a, 4);
+       },
+       nyxStsSizeErr},
+      {"channel null",
+       [&] {
+         return nyxiCopy_8u_C3C1R(nullptr, 4, a, 4, {0, 1});
+       },
+       nyxStsNullPtrErr},
+      {"channel size",
+       [&] {
+         return nyxiCopy_8u_C1C4R(a, 4, a, 4, {0, 1});
+       },
+       nyxStsSizeErr},
   });
 }
 

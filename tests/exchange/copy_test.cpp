@@ -31,17 +31,20 @@ void CheckCopyForm(CopyFn<T> fn, CopyLFn<T> fn_l, int ch, bool alpha, const char
           use_l ? fn_l(src.roi(), src.step(), dst.roi(), dst.step(), {sz.width, sz.height})
                 : fn(src.roi(), src.step(), dst.roi(), dst.step(), sz);
       ASSERT_EQ(st, nyxStsNoErr);
-      ExpectImage(dst, [&](int x, int y, int c) {
-        return alpha && c == 3 ? before.at(x, y, c) : src.at(x, y, c);
-      }, use_l ? "_L" : "plain");
+      ExpectImage(
+          dst,
+          [&](int x, int y, int c) {
+            return alpha && c == 3 ? before.at(x, y, c) : src.at(x, y, c);
+          },
+          use_l ? "_L" : "plain");
       EXPECT_TRUE(src.SameAs(src_snap)) << "source written";
     }
   }
 }
 
 TEST(Copy, EveryPixelFormCopiesAndKeepsAlpha) {
-#define CHECK_FORM(T, D)                                                               \
-  CheckCopyForm<Nyx##T>(nyxiCopy_##T##_##D##R, nyxiCopy_##T##_##D##R_L,                 \
+#define CHECK_FORM(T, D)                                                                 \
+  CheckCopyForm<Nyx##T>(nyxiCopy_##T##_##D##R, nyxiCopy_##T##_##D##R_L,                  \
                         std::string(#D) == "C1" ? 1 : (std::string(#D) == "C3" ? 3 : 4), \
                         std::string(#D) == "AC4", #T "_" #D);
 #define CHECK_TYPE(T) NYX_COPY_PIXEL_FORMS(CHECK_FORM, T)
@@ -73,8 +76,8 @@ void CheckBytes(int w, int h, int ss, int ds, size_t src_off, size_t dst_off) {
   ModelCopy(s, ss, want.data() + (d - da.get()), ds, w, h);
   ASSERT_EQ(nyxiCopy_8u_C1R(s, ss, d, ds, {w, h}), nyxStsNoErr);
   ASSERT_EQ(std::memcmp(want.data(), da.get(), arena), 0)
-      << "w=" << w << " h=" << h << " strides " << ss << "," << ds << " offsets " << src_off
-      << "," << dst_off;
+      << "w=" << w << " h=" << h << " strides " << ss << "," << ds << " offsets " << src_off << ","
+      << dst_off;
 }
 
 TEST(CopyPaths, ThinRowsEveryWidthBelow512) {
@@ -95,20 +98,21 @@ TEST(CopyPaths, DestinationJustAboveSourceInThePageCopiesBackward) {
   // (dst mod 4096) - (src mod 4096) below 160 selects the backward copy, both
   // for a long run and for aligned rows with equal strides.
   for (size_t delta : {0, 1, 63, 64, 159, 160, 4095}) {
-    CheckBytes(40000, 2, 40000, 40000, 512, 512 + delta);          // one long run
-    CheckBytes(1024, 5, 2048, 2048, 512, (512 + delta) % 4096);    // aligned rows
-    CheckBytes(1000, 5, 2048, 2048, 512, (512 + delta) % 4096);    // unaligned width
+    CheckBytes(40000, 2, 40000, 40000, 512, 512 + delta);        // one long run
+    CheckBytes(1024, 5, 2048, 2048, 512, (512 + delta) % 4096);  // aligned rows
+    CheckBytes(1000, 5, 2048, 2048, 512, (512 + delta) % 4096);  // unaligned width
   }
 }
 
 TEST(CopyPaths, NegativeAndZeroStrides) {
-  CheckBytes(600, 6, -700, 800, 3, 5);   // source walked upwards
-  CheckBytes(40, 6, 50, -64, 0, 64);     // destination walked upwards
+  CheckBytes(600, 6, -700, 800, 3, 5);  // source walked upwards
+  CheckBytes(40, 6, 50, -64, 0, 64);    // destination walked upwards
   // A zero source stride writes the first row into every row.
   PaddedImage<Nyx8u> src = RandomImage<Nyx8u>(37, 1, 1);
   PaddedImage<Nyx8u> dst = RandomImage<Nyx8u>(37, 4, 1);
   ASSERT_EQ(nyxiCopy_8u_C1R(src.roi(), 0, dst.roi(), dst.step(), {37, 4}), nyxStsNoErr);
-  ExpectImage(dst, [&](int x, int, int) { return src.at(x, 0); }, "zero stride");
+  ExpectImage(
+      dst, [&](int x, int, int) { return src.at(x, 0); }, "zero stride");
 }
 
 // Beyond half the largest cache the copy streams around the cache; the bytes
@@ -149,7 +153,8 @@ TEST(CopyManaged, EveryFlagGivesTheSameBytes) {
         } else {
           ASSERT_EQ(nyxiCopyManaged_8u_C1R(src.roi(), src.step(), dst.roi(), dst.step(), sz, flags),
                     nyxStsNoErr);
-          ExpectImage(dst, [&](int x, int y, int) { return src.at(x, y); }, "managed");
+          ExpectImage(
+              dst, [&](int x, int y, int) { return src.at(x, y); }, "managed");
         }
       }
     }
@@ -204,16 +209,57 @@ TEST(Copy, OrderOfTests) {
   Nyx8u a[64] = {}, b[64] = {};
   Nyx32f f[64] = {};
   ExpectStatuses({
-      {"null source, zero width", [&] { return nyxiCopy_8u_C1R(nullptr, 8, b, 8, {0, 1}); }, nyxStsNullPtrErr},
-      {"null destination", [&] { return nyxiCopy_8u_C3R(a, 8, nullptr, 8, {1, 1}); }, nyxStsNullPtrErr},
-      {"zero width", [&] { return nyxiCopy_8u_C1R(a, 8, b, 8, {0, 1}); }, nyxStsSizeErr},
-      {"zero height", [&] { return nyxiCopy_32f_AC4R(f, 8, f + 32, 8, {1, 0}); }, nyxStsSizeErr},
-      {"negative stride", [&] { return nyxiCopy_8u_C1R(a + 32, -8, b, 8, {8, 4}); }, nyxStsNoErr},
-      {"zero strides", [&] { return nyxiCopy_8u_C4R(a, 0, b, 0, {2, 9}); }, nyxStsNoErr},
-      {"_L null", [&] { return nyxiCopy_16s_C1R_L(nullptr, 8, nullptr, 8, {0, 0}); }, nyxStsNullPtrErr},
-      {"_L size", [&] { return nyxiCopy_32s_C4R_L(reinterpret_cast<Nyx32s*>(a), 8, reinterpret_cast<Nyx32s*>(b), 8, {1, -1}); }, nyxStsSizeErr},
-      {"managed null", [&] { return nyxiCopyManaged_8u_C1R(a, 8, nullptr, 8, {0, 0}, 1); }, nyxStsNullPtrErr},
-      {"managed size", [&] { return nyxiCopyManaged_8u_C1R(a, 8, b, 8, {0, 1}, 1); }, nyxStsSizeErr},
+      {"null source, zero width",
+       [&] {
+         return nyxiCopy_8u_C1R(nullptr, 8, b, 8, {0, 1});
+       },
+       nyxStsNullPtrErr},
+      {"null destination",
+       [&] {
+         return nyxiCopy_8u_C3R(a, 8, nullptr, 8, {1, 1});
+       },
+       nyxStsNullPtrErr},
+      {"zero width",
+       [&] {
+         return nyxiCopy_8u_C1R(a, 8, b, 8, {0, 1});
+       },
+       nyxStsSizeErr},
+      {"zero height",
+       [&] {
+         return nyxiCopy_32f_AC4R(f, 8, f + 32, 8, {1, 0});
+       },
+       nyxStsSizeErr},
+      {"negative stride",
+       [&] {
+         return nyxiCopy_8u_C1R(a + 32, -8, b, 8, {8, 4});
+       },
+       nyxStsNoErr},
+      {"zero strides",
+       [&] {
+         return nyxiCopy_8u_C4R(a, 0, b, 0, {2, 9});
+       },
+       nyxStsNoErr},
+      {"_L null",
+       [&] {
+         return nyxiCopy_16s_C1R_L(nullptr, 8, nullptr, 8, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"_L size",
+       [&] {
+         return nyxiCopy_32s_C4R_L(reinterpret_cast<Nyx32s*>(a), 8, reinterpret_cast<Nyx32s*>(b), 8,
+                                   {1, -1});
+       },
+       nyxStsSizeErr},
+      {"managed null",
+       [&] {
+         return nyxiCopyManaged_8u_C1R(a, 8, nullptr, 8, {0, 0}, 1);
+       },
+       nyxStsNullPtrErr},
+      {"managed size",
+       [&] {
+         return nyxiCopyManaged_8u_C1R(a, 8, b, 8, {0, 1}, 1);
+       },
+       nyxStsSizeErr},
   });
 }
 

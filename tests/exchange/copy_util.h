@@ -39,7 +39,9 @@ PaddedImage<T> RandomImage(int w, int h, int ch, int pad = 3, int extra = 5) {
 template <class T>
 struct GuardedImage {
   GuardedImage(int w, int h, int ch, int gap = 0)
-      : width(w), height(h), channels(ch),
+      : width(w),
+        height(h),
+        channels(ch),
         step(static_cast<int>(w * ch * sizeof(T)) + gap),
         buf(static_cast<size_t>(step) * (h - 1) + w * ch * sizeof(T)) {
     for (size_t i = 0; i < buf.size(); ++i) buf.data()[i] = static_cast<uint8_t>(Rng()());

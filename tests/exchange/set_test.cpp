@@ -37,19 +37,19 @@ void CheckSetForms(const char* name) {
   };
   Forms f{};
   if constexpr (std::is_same_v<T, Nyx8u>) {
-    f = {nyxiSet_8u_C1R, nyxiSet_8u_C3R, nyxiSet_8u_C4R, nyxiSet_8u_AC4R, nyxiSet_8u_C3CR,
+    f = {nyxiSet_8u_C1R,  nyxiSet_8u_C3R,  nyxiSet_8u_C4R,  nyxiSet_8u_AC4R, nyxiSet_8u_C3CR,
          nyxiSet_8u_C4CR, nyxiSet_8u_C1MR, nyxiSet_8u_C3MR, nyxiSet_8u_C4MR, nyxiSet_8u_AC4MR};
   } else if constexpr (std::is_same_v<T, Nyx16u>) {
-    f = {nyxiSet_16u_C1R, nyxiSet_16u_C3R, nyxiSet_16u_C4R, nyxiSet_16u_AC4R, nyxiSet_16u_C3CR,
+    f = {nyxiSet_16u_C1R,  nyxiSet_16u_C3R,  nyxiSet_16u_C4R,  nyxiSet_16u_AC4R, nyxiSet_16u_C3CR,
          nyxiSet_16u_C4CR, nyxiSet_16u_C1MR, nyxiSet_16u_C3MR, nyxiSet_16u_C4MR, nyxiSet_16u_AC4MR};
   } else if constexpr (std::is_same_v<T, Nyx16s>) {
-    f = {nyxiSet_16s_C1R, nyxiSet_16s_C3R, nyxiSet_16s_C4R, nyxiSet_16s_AC4R, nyxiSet_16s_C3CR,
+    f = {nyxiSet_16s_C1R,  nyxiSet_16s_C3R,  nyxiSet_16s_C4R,  nyxiSet_16s_AC4R, nyxiSet_16s_C3CR,
          nyxiSet_16s_C4CR, nyxiSet_16s_C1MR, nyxiSet_16s_C3MR, nyxiSet_16s_C4MR, nyxiSet_16s_AC4MR};
   } else if constexpr (std::is_same_v<T, Nyx32s>) {
-    f = {nyxiSet_32s_C1R, nyxiSet_32s_C3R, nyxiSet_32s_C4R, nyxiSet_32s_AC4R, nyxiSet_32s_C3CR,
+    f = {nyxiSet_32s_C1R,  nyxiSet_32s_C3R,  nyxiSet_32s_C4R,  nyxiSet_32s_AC4R, nyxiSet_32s_C3CR,
          nyxiSet_32s_C4CR, nyxiSet_32s_C1MR, nyxiSet_32s_C3MR, nyxiSet_32s_C4MR, nyxiSet_32s_AC4MR};
   } else {
-    f = {nyxiSet_32f_C1R, nyxiSet_32f_C3R, nyxiSet_32f_C4R, nyxiSet_32f_AC4R, nyxiSet_32f_C3CR,
+    f = {nyxiSet_32f_C1R,  nyxiSet_32f_C3R,  nyxiSet_32f_C4R,  nyxiSet_32f_AC4R, nyxiSet_32f_C3CR,
          nyxiSet_32f_C4CR, nyxiSet_32f_C1MR, nyxiSet_32f_C3MR, nyxiSet_32f_C4MR, nyxiSet_32f_AC4MR};
   }
   const T v[4] = {Value<T>(0), Value<T>(1), Value<T>(2), Value<T>(3)};
@@ -59,7 +59,8 @@ void CheckSetForms(const char* name) {
       PaddedImage<T> dst = RandomImage<T>(w, h, ch);
       const PaddedImage<T> before = dst;
       ASSERT_EQ(call(dst), nyxStsNoErr) << what;
-      ExpectImage(dst, [&](int x, int y, int c) { return expect(before, x, y, c); }, what);
+      ExpectImage(
+          dst, [&](int x, int y, int c) { return expect(before, x, y, c); }, what);
     };
     const PaddedImage<Nyx8u> mask = RandomMask<T>(w, h);
     auto all = [&](const PaddedImage<T>&, int, int, int c) { return v[c]; };
@@ -72,18 +73,44 @@ void CheckSetForms(const char* name) {
       };
     };
     auto channel = [&](int k) {
-      return [&, k](const PaddedImage<T>& b, int x, int y, int c) { return c == k ? v[0] : b.at(x, y, c); };
+      return [&, k](const PaddedImage<T>& b, int x, int y, int c) {
+        return c == k ? v[0] : b.at(x, y, c);
+      };
     };
-    run(1, [&](PaddedImage<T>& d) { return f.c1(v[0], d.roi(), d.step(), sz); }, all, "C1");
-    run(3, [&](PaddedImage<T>& d) { return f.c3(v, d.roi(), d.step(), sz); }, all, "C3");
-    run(4, [&](PaddedImage<T>& d) { return f.c4(v, d.roi(), d.step(), sz); }, all, "C4");
-    run(4, [&](PaddedImage<T>& d) { return f.ac4(v, d.roi(), d.step(), sz); }, keep_alpha, "AC4");
-    run(3, [&](PaddedImage<T>& d) { return f.c3c(v[0], d.roi() + 2, d.step(), sz); }, channel(2), "C3CR");
-    run(4, [&](PaddedImage<T>& d) { return f.c4c(v[0], d.roi() + 1, d.step(), sz); }, channel(1), "C4CR");
-    run(1, [&](PaddedImage<T>& d) { return f.c1m(v[0], d.roi(), d.step(), sz, mask.roi(), mask.step()); }, masked(1), "C1MR");
-    run(3, [&](PaddedImage<T>& d) { return f.c3m(v, d.roi(), d.step(), sz, mask.roi(), mask.step()); }, masked(3), "C3MR");
-    run(4, [&](PaddedImage<T>& d) { return f.c4m(v, d.roi(), d.step(), sz, mask.roi(), mask.step()); }, masked(4), "C4MR");
-    run(4, [&](PaddedImage<T>& d) { return f.ac4m(v, d.roi(), d.step(), sz, mask.roi(), mask.step()); }, masked(3), "AC4MR");
+    run(
+        1, [&](PaddedImage<T>& d) { return f.c1(v[0], d.roi(), d.step(), sz); }, all, "C1");
+    run(
+        3, [&](PaddedImage<T>& d) { return f.c3(v, d.roi(), d.step(), sz); }, all, "C3");
+    run(
+        4, [&](PaddedImage<T>& d) { return f.c4(v, d.roi(), d.step(), sz); }, all, "C4");
+    run(
+        4, [&](PaddedImage<T>& d) { return f.ac4(v, d.roi(), d.step(), sz); }, keep_alpha, "AC4");
+    run(
+        3, [&](PaddedImage<T>& d) { return f.c3c(v[0], d.roi() + 2, d.step(), sz); }, channel(2),
+        "C3CR");
+    run(
+        4, [&](PaddedImage<T>& d) { return f.c4c(v[0], d.roi() + 1, d.step(), sz); }, channel(1),
+        "C4CR");
+    run(
+        1,
+        [&](PaddedImage<T>& d) {
+          return f.c1m(v[0], d.roi(), d.step(), sz, mask.roi(), mask.step());
+        },
+        masked(1), "C1MR");
+    run(
+        3,
+        [&](PaddedImage<T>& d) { return f.c3m(v, d.roi(), d.step(), sz, mask.roi(), mask.step()); },
+        masked(3), "C3MR");
+    run(
+        4,
+        [&](PaddedImage<T>& d) { return f.c4m(v, d.roi(), d.step(), sz, mask.roi(), mask.step()); },
+        masked(4), "C4MR");
+    run(
+        4,
+        [&](PaddedImage<T>& d) {
+          return f.ac4m(v, d.roi(), d.step(), sz, mask.roi(), mask.step());
+        },
+        masked(3), "AC4MR");
   }
 }
 
@@ -106,8 +133,10 @@ TEST(SetPaths, PatternFillAtEveryOffsetAndLength) {
         for (size_t after = 0; after < 32; after += 7) {
           uint8_t* d = buf.data() + buf.size() - after - n;
           std::memset(buf.data(), 0xEE, buf.size());
-          if (stream) avx2::FillPattern<true>(d, n, pat), avx2::StoreFence();
-          else avx2::FillPattern<false>(d, n, pat);
+          if (stream)
+            avx2::FillPattern<true>(d, n, pat), avx2::StoreFence();
+          else
+            avx2::FillPattern<false>(d, n, pat);
           for (size_t i = 0; i < n; ++i) {
             ASSERT_EQ(d[i], value[i % period])
                 << "period " << period << " n " << n << " after " << after << " i " << i;
@@ -133,17 +162,20 @@ TEST(SetPaths, ContiguousRowsZeroAndNegativeStrides) {
   // A negative stride walks upwards, a zero stride fills one row again.
   PaddedImage<Nyx32f> dst = RandomImage<Nyx32f>(9, 4, 1);
   ASSERT_EQ(nyxiSet_32f_C1R(2.5f, dst.row(3), -dst.step(), {9, 4}), nyxStsNoErr);
-  ExpectImage(dst, [](int, int, int) { return 2.5f; }, "negative stride");
+  ExpectImage(
+      dst, [](int, int, int) { return 2.5f; }, "negative stride");
   PaddedImage<Nyx8u> one = RandomImage<Nyx8u>(40, 1, 1);
   ASSERT_EQ(nyxiSet_8u_C1R(7, one.roi(), 0, {40, 5}), nyxStsNoErr);
-  ExpectImage(one, [](int, int, int) { return 7; }, "zero stride");
+  ExpectImage(
+      one, [](int, int, int) { return 7; }, "zero stride");
 }
 
 TEST(Set, GuardPagesAndAlphaAtTheEnd) {
   for (int w : {1, 2, 7, 32, 33, 95, 96, 97, 300}) {
     GuardedImage<Nyx8u> img(w, 2, 4, 3);
     std::vector<uint8_t> alpha;
-    for (int y = 0; y < 2; ++y) for (int x = 0; x < w; ++x) alpha.push_back(img.at(x, y, 3));
+    for (int y = 0; y < 2; ++y)
+      for (int x = 0; x < w; ++x) alpha.push_back(img.at(x, y, 3));
     const Nyx8u v[3] = {10, 20, 30};
     ASSERT_EQ(nyxiSet_8u_AC4R(v, img.roi(), img.step, {w, 2}), nyxStsNoErr);
     for (int y = 0; y < 2; ++y) {
@@ -164,13 +196,41 @@ TEST(Set, OrderOfTests) {
   Nyx8u d[64] = {}, m[64] = {};
   const Nyx8u v[4] = {};
   ExpectStatuses({
-      {"null, zero width", [&] { return nyxiSet_8u_C1R(1, nullptr, 8, {0, 0}); }, nyxStsNullPtrErr},
-      {"null value", [&] { return nyxiSet_8u_C3R(nullptr, d, 8, {1, 1}); }, nyxStsNullPtrErr},
-      {"null mask", [&] { return nyxiSet_8u_C1MR(1, d, 8, {1, 1}, nullptr, 8); }, nyxStsNullPtrErr},
-      {"mask zero width", [&] { return nyxiSet_8u_AC4MR(v, d, 8, {0, 1}, m, 8); }, nyxStsSizeErr},
-      {"zero height", [&] { return nyxiSet_8u_C4CR(1, d, 8, {1, 0}); }, nyxStsSizeErr},
-      {"negative width", [&] { return nyxiSet_8u_C1R(1, d, 8, {-1, 1}); }, nyxStsSizeErr},
-      {"CR null", [&] { return nyxiSet_8u_C3CR(1, nullptr, 8, {0, 1}); }, nyxStsNullPtrErr},
+      {"null, zero width",
+       [&] {
+         return nyxiSet_8u_C1R(1, nullptr, 8, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"null value",
+       [&] {
+         return nyxiSet_8u_C3R(nullptr, d, 8, {1, 1});
+       },
+       nyxStsNullPtrErr},
+      {"null mask",
+       [&] {
+         return nyxiSet_8u_C1MR(1, d, 8, {1, 1}, nullptr, 8);
+       },
+       nyxStsNullPtrErr},
+      {"mask zero width",
+       [&] {
+         return nyxiSet_8u_AC4MR(v, d, 8, {0, 1}, m, 8);
+       },
+       nyxStsSizeErr},
+      {"zero height",
+       [&] {
+         return nyxiSet_8u_C4CR(1, d, 8, {1, 0});
+       },
+       nyxStsSizeErr},
+      {"negative width",
+       [&] {
+         return nyxiSet_8u_C1R(1, d, 8, {-1, 1});
+       },
+       nyxStsSizeErr},
+      {"CR null",
+       [&] {
+         return nyxiSet_8u_C3CR(1, nullptr, 8, {0, 1});
+       },
+       nyxStsNullPtrErr},
   });
 }
 

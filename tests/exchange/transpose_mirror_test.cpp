@@ -17,7 +17,8 @@ void CheckTranspose(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize),
     PaddedImage<T> src = RandomImage<T>(sz.width, sz.height, ch);
     PaddedImage<T> dst = RandomImage<T>(sz.height, sz.width, ch, 2, 3);
     ASSERT_EQ(fn(src.roi(), src.step(), dst.roi(), dst.step(), sz), nyxStsNoErr);
-    ExpectImage(dst, [&](int x, int y, int c) { return src.at(y, x, c); }, "out of place");
+    ExpectImage(
+        dst, [&](int x, int y, int c) { return src.at(y, x, c); }, "out of place");
     if (fn_i == nullptr) continue;
     // In place on the square part; also through the plain form with the
     // same pointer (the destination stride is then ignored).
@@ -28,21 +29,23 @@ void CheckTranspose(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize),
       ASSERT_EQ(via_plain ? fn(sq.roi(), sq.step(), sq.roi(), 12345, {n, n})
                           : fn_i(sq.roi(), sq.step(), {n, n}),
                 nyxStsNoErr);
-      ExpectImage(sq, [&](int x, int y, int c) { return orig.at(y, x, c); }, "in place");
+      ExpectImage(
+          sq, [&](int x, int y, int c) { return orig.at(y, x, c); }, "in place");
     }
   }
 }
 
 TEST(Transpose, EveryFormAgainstTheIndexRule) {
-#define CHECK_TYPE(T)                                                                           \
-  CheckTranspose<Nyx##T>(nyxiTranspose_##T##_C1R, nyxiTranspose_##T##_C1IR, 1, #T " C1");      \
-  CheckTranspose<Nyx##T>(nyxiTranspose_##T##_C3R, nyxiTranspose_##T##_C3IR, 3, #T " C3");      \
+#define CHECK_TYPE(T)                                                                     \
+  CheckTranspose<Nyx##T>(nyxiTranspose_##T##_C1R, nyxiTranspose_##T##_C1IR, 1, #T " C1"); \
+  CheckTranspose<Nyx##T>(nyxiTranspose_##T##_C3R, nyxiTranspose_##T##_C3IR, 3, #T " C3"); \
   CheckTranspose<Nyx##T>(nyxiTranspose_##T##_C4R, nyxiTranspose_##T##_C4IR, 4, #T " C4");
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
-  CheckTranspose<Nyx32f>(reinterpret_cast<NyxStatus (*)(const Nyx32f*, int, Nyx32f*, int, NyxiSize)>(
-                             nyxiTranspose_32fc_C1R),
-                         nullptr, 2, "32fc");
+  CheckTranspose<Nyx32f>(
+      reinterpret_cast<NyxStatus (*)(const Nyx32f*, int, Nyx32f*, int, NyxiSize)>(
+          nyxiTranspose_32fc_C1R),
+      nullptr, 2, "32fc");
 }
 
 TEST(Transpose, GuardPagesAndNegativeStrides) {
@@ -67,13 +70,41 @@ TEST(Transpose, GuardPagesAndNegativeStrides) {
 TEST(Transpose, OrderOfTests) {
   Nyx8u a[64] = {}, b[64] = {};
   ExpectStatuses({
-      {"null", [&] { return nyxiTranspose_8u_C1R(nullptr, 8, b, 8, {0, 1}); }, nyxStsNullPtrErr},
-      {"size", [&] { return nyxiTranspose_8u_C1R(a, 8, b, 8, {0, 1}); }, nyxStsSizeErr},
-      {"in place not square", [&] { return nyxiTranspose_8u_C1IR(a, 8, {4, 5}); }, nyxStsSizeErr},
-      {"same pointer not square", [&] { return nyxiTranspose_8u_C1R(a, 8, a, 8, {4, 5}); }, nyxStsSizeErr},
-      {"in place null", [&] { return nyxiTranspose_16s_C3IR(nullptr, 8, {0, 0}); }, nyxStsNullPtrErr},
-      {"in place zero", [&] { return nyxiTranspose_8u_C1IR(a, 8, {0, 0}); }, nyxStsSizeErr},
-      {"negative strides accepted", [&] { return nyxiTranspose_8u_C1R(a + 56, -8, b + 56, -8, {8, 8}); }, nyxStsNoErr},
+      {"null",
+       [&] {
+         return nyxiTranspose_8u_C1R(nullptr, 8, b, 8, {0, 1});
+       },
+       nyxStsNullPtrErr},
+      {"size",
+       [&] {
+         return nyxiTranspose_8u_C1R(a, 8, b, 8, {0, 1});
+       },
+       nyxStsSizeErr},
+      {"in place not square",
+       [&] {
+         return nyxiTranspose_8u_C1IR(a, 8, {4, 5});
+       },
+       nyxStsSizeErr},
+      {"same pointer not square",
+       [&] {
+         return nyxiTranspose_8u_C1R(a, 8, a, 8, {4, 5});
+       },
+       nyxStsSizeErr},
+      {"in place null",
+       [&] {
+         return nyxiTranspose_16s_C3IR(nullptr, 8, {0, 0});
+       },
+       nyxStsNullPtrErr},
+      {"in place zero",
+       [&] {
+         return nyxiTranspose_8u_C1IR(a, 8, {0, 0});
+       },
+       nyxStsSizeErr},
+      {"negative strides accepted",
+       [&] {
+         return nyxiTranspose_8u_C1R(a + 56, -8, b + 56, -8, {8, 8});
+       },
+       nyxStsNoErr},
   });
 }
 
@@ -115,10 +146,10 @@ void CheckMirror(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, NyxiAxis),
 }
 
 TEST(Mirror, EveryFormEveryAxis) {
-#define CHECK_TYPE(T, d1, d4)                                                                    \
-  CheckMirror<Nyx##T>(nyxiMirror_##T##_C1R, nyxiMirror_##T##_C1IR, 1, false, #T " C1");         \
-  CheckMirror<Nyx##T>(nyxiMirror_##T##_C3R, nyxiMirror_##T##_C3IR, 3, false, #T " C3");         \
-  CheckMirror<Nyx##T>(nyxiMirror_##T##_C4R, nyxiMirror_##T##_C4IR, 4, false, #T " C4");         \
+#define CHECK_TYPE(T, d1, d4)                                                           \
+  CheckMirror<Nyx##T>(nyxiMirror_##T##_C1R, nyxiMirror_##T##_C1IR, 1, false, #T " C1"); \
+  CheckMirror<Nyx##T>(nyxiMirror_##T##_C3R, nyxiMirror_##T##_C3IR, 3, false, #T " C3"); \
+  CheckMirror<Nyx##T>(nyxiMirror_##T##_C4R, nyxiMirror_##T##_C4IR, 4, false, #T " C4"); \
   CheckMirror<Nyx##T>(nyxiMirror_##T##_AC4R, nyxiMirror_##T##_AC4IR, 4, true, #T " AC4");
   NYX_MIRROR_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
@@ -130,9 +161,11 @@ TEST(Mirror, RowsOfEveryWidthInPlace) {
     PaddedImage<Nyx16s> img = RandomImage<Nyx16s>(w, 1, 1);
     const PaddedImage<Nyx16s> orig = img;
     ASSERT_EQ(nyxiMirror_16s_C1IR(img.roi(), img.step(), {w, 1}, nyxAxsVertical), nyxStsNoErr);
-    ExpectImage(img, [&](int x, int, int) { return orig.at(w - 1 - x, 0); }, "row");
+    ExpectImage(
+        img, [&](int x, int, int) { return orig.at(w - 1 - x, 0); }, "row");
     GuardedImage<Nyx8u> g(w, 2, 4), d(w, 2, 4);
-    ASSERT_EQ(nyxiMirror_8u_AC4R(g.roi(), g.step, d.roi(), d.step, {w, 2}, nyxAxsBoth), nyxStsNoErr);
+    ASSERT_EQ(nyxiMirror_8u_AC4R(g.roi(), g.step, d.roi(), d.step, {w, 2}, nyxAxsBoth),
+              nyxStsNoErr);
     for (int x = 0; x < w; ++x) ASSERT_EQ(d.at(x, 0, 1), g.at(w - 1 - x, 1, 1));
   }
 }
@@ -148,8 +181,10 @@ void CheckDiagonal(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, NyxiAxis), 
     PaddedImage<T> d3 = RandomImage<T>(h, w, ch), d4 = RandomImage<T>(h, w, ch);
     ASSERT_EQ(fn(src.roi(), src.step(), d3.roi(), d3.step(), sz, nyxAxs45), nyxStsNoErr);
     ASSERT_EQ(fn(src.roi(), src.step(), d4.roi(), d4.step(), sz, nyxAxs135), nyxStsNoErr);
-    ExpectImage(d3, [&](int x, int y, int c) { return src.at(y, x, c); }, "axis 3");
-    ExpectImage(d4, [&](int x, int y, int c) { return src.at(w - 1 - y, h - 1 - x, c); }, "axis 4");
+    ExpectImage(
+        d3, [&](int x, int y, int c) { return src.at(y, x, c); }, "axis 3");
+    ExpectImage(
+        d4, [&](int x, int y, int c) { return src.at(w - 1 - y, h - 1 - x, c); }, "axis 4");
   }
 }
 
@@ -162,38 +197,137 @@ TEST(Mirror, DiagonalsWhereAccepted) {
   Nyx8u a[256] = {}, b[256] = {};
   Nyx16s s[64] = {}, t[64] = {};
   ExpectStatuses({
-      {"16s C1 has no diagonals", [&] { return nyxiMirror_16s_C1R(s, 8, t, 8, {2, 2}, nyxAxs45); }, nyxStsMirrorFlipErr},
-      {"8u C3 has no diagonals", [&] { return nyxiMirror_8u_C3R(a, 8, b, 8, {2, 2}, nyxAxs135); }, nyxStsMirrorFlipErr},
-      {"AC4 has no diagonals", [&] { return nyxiMirror_8u_AC4R(a, 8, b, 8, {2, 2}, nyxAxs45); }, nyxStsMirrorFlipErr},
-      {"in place has no diagonals", [&] { return nyxiMirror_8u_C1IR(a, 8, {2, 2}, nyxAxs45); }, nyxStsMirrorFlipErr},
-      {"same pointer and stride is in place", [&] { return nyxiMirror_8u_C1R(a, 8, a, 8, {2, 2}, nyxAxs45); }, nyxStsMirrorFlipErr},
-      {"overlap", [&] { return nyxiMirror_8u_C1R(a, 16, a + 17, 16, {4, 4}, nyxAxs45); }, nyxStsNotSupportedModeErr},
-      {"overlap, other order", [&] { return nyxiMirror_8u_C1R(a + 17, 16, a, 16, {4, 4}, nyxAxs135); }, nyxStsNotSupportedModeErr},
-      {"one corner inside", [&] { return nyxiMirror_8u_C1R(a, 16, a + 51, 16, {4, 4}, nyxAxs45); }, nyxStsNotSupportedModeErr},
-      {"interleaved rows do not meet", [&] { return nyxiMirror_8u_C1R(a, 32, a + 8, 32, {4, 4}, nyxAxs45); }, nyxStsNoErr},
+      {"16s C1 has no diagonals",
+       [&] {
+         return nyxiMirror_16s_C1R(s, 8, t, 8, {2, 2}, nyxAxs45);
+       },
+       nyxStsMirrorFlipErr},
+      {"8u C3 has no diagonals",
+       [&] {
+         return nyxiMirror_8u_C3R(a, 8, b, 8, {2, 2}, nyxAxs135);
+       },
+       nyxStsMirrorFlipErr},
+      {"AC4 has no diagonals",
+       [&] {
+         return nyxiMirror_8u_AC4R(a, 8, b, 8, {2, 2}, nyxAxs45);
+       },
+       nyxStsMirrorFlipErr},
+      {"in place has no diagonals",
+       [&] {
+         return nyxiMirror_8u_C1IR(a, 8, {2, 2}, nyxAxs45);
+       },
+       nyxStsMirrorFlipErr},
+      {"same pointer and stride is in place",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 8, a, 8, {2, 2}, nyxAxs45);
+       },
+       nyxStsMirrorFlipErr},
+      {"overlap",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 16, a + 17, 16, {4, 4}, nyxAxs45);
+       },
+       nyxStsNotSupportedModeErr},
+      {"overlap, other order",
+       [&] {
+         return nyxiMirror_8u_C1R(a + 17, 16, a, 16, {4, 4}, nyxAxs135);
+       },
+       nyxStsNotSupportedModeErr},
+      {"one corner inside",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 16, a + 51, 16, {4, 4}, nyxAxs45);
+       },
+       nyxStsNotSupportedModeErr},
+      {"interleaved rows do not meet",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 32, a + 8, 32, {4, 4}, nyxAxs45);
+       },
+       nyxStsNoErr},
       // Only corners are looked at: a 10 x 1 row crossed by a 1 x 10 column
       // with no corner inside the other is not seen as an overlap.
-      {"crossing without a corner", [&] { return nyxiMirror_8u_C1R(a + 20, 10, a + 5, 10, {10, 1}, nyxAxs45); }, nyxStsNoErr},
-      {"disjoint", [&] { return nyxiMirror_8u_C1R(a, 16, b, 16, {4, 4}, nyxAxs45); }, nyxStsNoErr},
-      {"stride before size", [&] { return nyxiMirror_8u_C1R(a, 0, b, 16, {0, 4}, nyxAxs45); }, nyxStsStepErr},
-      {"negative stride", [&] { return nyxiMirror_32s_C1R(reinterpret_cast<Nyx32s*>(a), -16, reinterpret_cast<Nyx32s*>(b), 16, {1, 1}, nyxAxs135); }, nyxStsStepErr},
-      {"null before stride", [&] { return nyxiMirror_8u_C1R(nullptr, 0, b, 16, {0, 4}, nyxAxs45); }, nyxStsNullPtrErr},
-      {"size after stride", [&] { return nyxiMirror_16u_C1R(reinterpret_cast<Nyx16u*>(a), 16, reinterpret_cast<Nyx16u*>(b), 16, {4, 0}, nyxAxs45); }, nyxStsSizeErr},
+      {"crossing without a corner",
+       [&] {
+         return nyxiMirror_8u_C1R(a + 20, 10, a + 5, 10, {10, 1}, nyxAxs45);
+       },
+       nyxStsNoErr},
+      {"disjoint",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 16, b, 16, {4, 4}, nyxAxs45);
+       },
+       nyxStsNoErr},
+      {"stride before size",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 0, b, 16, {0, 4}, nyxAxs45);
+       },
+       nyxStsStepErr},
+      {"negative stride",
+       [&] {
+         return nyxiMirror_32s_C1R(reinterpret_cast<Nyx32s*>(a), -16, reinterpret_cast<Nyx32s*>(b),
+                                   16, {1, 1}, nyxAxs135);
+       },
+       nyxStsStepErr},
+      {"null before stride",
+       [&] {
+         return nyxiMirror_8u_C1R(nullptr, 0, b, 16, {0, 4}, nyxAxs45);
+       },
+       nyxStsNullPtrErr},
+      {"size after stride",
+       [&] {
+         return nyxiMirror_16u_C1R(reinterpret_cast<Nyx16u*>(a), 16, reinterpret_cast<Nyx16u*>(b),
+                                   16, {4, 0}, nyxAxs45);
+       },
+       nyxStsSizeErr},
   });
 }
 
 TEST(Mirror, OrderOfTests) {
   Nyx8u a[64] = {}, b[64] = {};
   ExpectStatuses({
-      {"null", [&] { return nyxiMirror_8u_C1R(nullptr, 8, b, 8, {0, 1}, NyxiAxis(5)); }, nyxStsNullPtrErr},
-      {"size before flip", [&] { return nyxiMirror_8u_C1R(a, 8, b, 8, {0, 1}, NyxiAxis(5)); }, nyxStsSizeErr},
-      {"flip 5", [&] { return nyxiMirror_8u_C1R(a, 8, b, 8, {2, 2}, NyxiAxis(5)); }, nyxStsMirrorFlipErr},
-      {"flip -1", [&] { return nyxiMirror_32f_C4R(reinterpret_cast<Nyx32f*>(a), 32, reinterpret_cast<Nyx32f*>(b), 32, {1, 1}, NyxiAxis(-1)); }, nyxStsMirrorFlipErr},
-      {"in place null", [&] { return nyxiMirror_16u_AC4IR(nullptr, 8, {1, 1}, nyxAxsBoth); }, nyxStsNullPtrErr},
-      {"in place size", [&] { return nyxiMirror_16u_AC4IR(reinterpret_cast<Nyx16u*>(a), 8, {1, 0}, NyxiAxis(7)); }, nyxStsSizeErr},
-      {"width 1 in place", [&] { return nyxiMirror_8u_C1IR(a, 8, {1, 5}, nyxAxsVertical); }, nyxStsNoErr},
-      {"height 1 in place", [&] { return nyxiMirror_8u_C1IR(a, 8, {5, 1}, nyxAxsHorizontal); }, nyxStsNoErr},
-      {"no stride test", [&] { return nyxiMirror_8u_C1R(a, 0, b, -8, {3, 3}, nyxAxsBoth); }, nyxStsNoErr},
+      {"null",
+       [&] {
+         return nyxiMirror_8u_C1R(nullptr, 8, b, 8, {0, 1}, NyxiAxis(5));
+       },
+       nyxStsNullPtrErr},
+      {"size before flip",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 8, b, 8, {0, 1}, NyxiAxis(5));
+       },
+       nyxStsSizeErr},
+      {"flip 5",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 8, b, 8, {2, 2}, NyxiAxis(5));
+       },
+       nyxStsMirrorFlipErr},
+      {"flip -1",
+       [&] {
+         return nyxiMirror_32f_C4R(reinterpret_cast<Nyx32f*>(a), 32, reinterpret_cast<Nyx32f*>(b),
+                                   32, {1, 1}, NyxiAxis(-1));
+       },
+       nyxStsMirrorFlipErr},
+      {"in place null",
+       [&] {
+         return nyxiMirror_16u_AC4IR(nullptr, 8, {1, 1}, nyxAxsBoth);
+       },
+       nyxStsNullPtrErr},
+      {"in place size",
+       [&] {
+         return nyxiMirror_16u_AC4IR(reinterpret_cast<Nyx16u*>(a), 8, {1, 0}, NyxiAxis(7));
+       },
+       nyxStsSizeErr},
+      {"width 1 in place",
+       [&] {
+         return nyxiMirror_8u_C1IR(a, 8, {1, 5}, nyxAxsVertical);
+       },
+       nyxStsNoErr},
+      {"height 1 in place",
+       [&] {
+         return nyxiMirror_8u_C1IR(a, 8, {5, 1}, nyxAxsHorizontal);
+       },
+       nyxStsNoErr},
+      {"no stride test",
+       [&] {
+         return nyxiMirror_8u_C1R(a, 0, b, -8, {3, 3}, nyxAxsBoth);
+       },
+       nyxStsNoErr},
   });
 }
 
