@@ -170,6 +170,23 @@ TEST(SetPaths, ContiguousRowsZeroAndNegativeStrides) {
       one, [](int, int, int) { return 7; }, "zero stride");
 }
 
+// Long rows (past the length where uniform bytes take the string fill):
+// values whose bytes differ, and a value whose bytes agree.
+TEST(SetPaths, LongRowsOfEveryPattern) {
+  for (int w : {2100, 5000}) {
+    PaddedImage<Nyx16s> c1 = RandomImage<Nyx16s>(w, 2, 1);
+    ASSERT_EQ(nyxiSet_16s_C1R(0x0102, c1.roi(), c1.step(), {w, 2}), nyxStsNoErr);
+    ExpectImage(c1, [](int, int, int) { return 0x0102; }, "16s C1");
+    PaddedImage<Nyx8u> c3 = RandomImage<Nyx8u>(w, 2, 3);
+    const Nyx8u v3[3] = {9, 8, 7};
+    ASSERT_EQ(nyxiSet_8u_C3R(v3, c3.roi(), c3.step(), {w, 2}), nyxStsNoErr);
+    ExpectImage(c3, [&](int, int, int c) { return v3[c]; }, "8u C3");
+    PaddedImage<Nyx32f> f = RandomImage<Nyx32f>(w, 2, 1);
+    ASSERT_EQ(nyxiSet_32f_C1R(0.0f, f.roi(), f.step(), {w, 2}), nyxStsNoErr);
+    ExpectImage(f, [](int, int, int) { return 0.0f; }, "32f zero");
+  }
+}
+
 TEST(Set, GuardPagesAndAlphaAtTheEnd) {
   for (int w : {1, 2, 7, 32, 33, 95, 96, 97, 300}) {
     GuardedImage<Nyx8u> img(w, 2, 4, 3);
