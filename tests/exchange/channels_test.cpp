@@ -372,3 +372,31 @@ TEST(CopyMasked, EveryMaskedForm) {
 
 }  // namespace
 }  // namespace nyx::test
+
+namespace nyx::test {
+namespace {
+
+// 32-bit planar copies that move at least the largest cache (bytes read and
+// written) store around the cache; the samples are the same.
+TEST(CopyPlanar, StreamingWhenMovingTheLargestCache) {
+  int cache = 0;
+  ASSERT_EQ(nyxGetMaxCacheSizeB(&cache), nyxStsNoErr);
+  const size_t pixels = std::max<size_t>(static_cast<size_t>(cache) / 24 + 1, 0x80001 / 24 + 1);
+  if (pixels * 12 > (200u << 20)) GTEST_SKIP() << "largest cache too big for a quick test";
+  const int w = 4096 + 5, h = static_cast<int>(pixels / w + 1);
+  std::vector<Nyx32s> src(size_t(w) * h * 3), back(src.size(), 0);
+  std::vector<Nyx32s> p0(size_t(w) * h), p1(p0.size()), p2(p0.size());
+  for (size_t i = 0; i < src.size(); ++i) src[i] = static_cast<Nyx32s>(i * 2654435761u);
+  Nyx32s* const planes[3] = {p0.data(), p1.data(), p2.data()};
+  ASSERT_EQ(nyxiCopy_32s_C3P3R(src.data(), w * 12, planes, w * 4, {w, h}), nyxStsNoErr);
+  for (size_t i = 0; i < p0.size(); i += 4099) {
+    ASSERT_EQ(p0[i], src[3 * i]);
+    ASSERT_EQ(p2[i], src[3 * i + 2]);
+  }
+  const Nyx32s* const cplanes[3] = {p0.data(), p1.data(), p2.data()};
+  ASSERT_EQ(nyxiCopy_32s_P3C3R(cplanes, w * 4, back.data(), w * 12, {w, h}), nyxStsNoErr);
+  EXPECT_TRUE(back == src);
+}
+
+}  // namespace
+}  // namespace nyx::test

@@ -126,7 +126,7 @@ TEST(CopyPaths, StreamingBeyondHalfTheLargestCache) {
   const int h = static_cast<int>(total / w + 1);
   const size_t bytes = static_cast<size_t>(w + pad) * h;
   std::vector<uint8_t> src(bytes), dst(bytes, 0x5A);
-  for (size_t i = 0; i < bytes; i += 8) src[i] = static_cast<uint8_t>(i >> 3), src[i + 1] = 1;
+  for (size_t i = 0; i + 1 < bytes; i += 8) src[i] = static_cast<uint8_t>(i >> 3), src[i + 1] = 1;
   // Rows with gaps (row walk), then the same bytes as one contiguous run.
   ASSERT_EQ(nyxiCopy_8u_C1R(src.data(), w + pad, dst.data(), w + pad, {w, h}), nyxStsNoErr);
   for (int y = 0; y < h; y += 97) {

@@ -26,9 +26,11 @@ bool SameBits(T a, T b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
+// `extra` bytes widen the stride; for samples wider than a byte it is rounded
+// down to whole samples, so that rows stay aligned to the sample.
 template <class T>
 PaddedImage<T> RandomImage(int w, int h, int ch, int pad = 3, int extra = 5) {
-  PaddedImage<T> img(w, h, ch, pad, extra);
+  PaddedImage<T> img(w, h, ch, pad, extra / int(sizeof(T)) * int(sizeof(T)));
   img.FillRandom(Rng());
   return img;
 }

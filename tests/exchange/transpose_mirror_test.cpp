@@ -325,7 +325,7 @@ TEST(Mirror, OrderOfTests) {
        nyxStsNoErr},
       {"no stride test",
        [&] {
-         return nyxiMirror_8u_C1R(a, 0, b, -8, {3, 3}, nyxAxsBoth);
+         return nyxiMirror_8u_C1R(a, 0, b + 16, -8, {3, 3}, nyxAxsBoth);
        },
        nyxStsNoErr},
   });
