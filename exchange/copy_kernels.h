@@ -90,15 +90,19 @@ inline void CopyForwardAligned(const uint8_t* s, uint8_t* d, size_t n) {
 // head. Used when the destination lies a little above the source modulo the
 // page (below 160 bytes): a forward vector loop would then have the loads of
 // its next block wait on the stores just made to the same page offset. Short
-// bodies go in blocks of 64 bytes; long ones in page-sized blocks, each moved
+// bodies go in blocks of 64 bytes; long ones in blocks of four pages, each moved
 // by the string instruction (whole lines, no reads of the destination).
+inline constexpr size_t kBackBlock = 16384;
+
 inline void CopyBackward(const uint8_t* s, uint8_t* d, size_t n) {
   const size_t tail = reinterpret_cast<uintptr_t>(d + n) & 63;
   if (tail >= n) return CopyForward(s, d, n);
   size_t end = n - tail;
   CopyForward(s + end, d + end, tail);
   if (end >= kStringMoveFrom) {
-    for (; end >= 4096; end -= 4096) StringMove(s + end - 4096, d + end - 4096, 4096);
+    for (; end >= kBackBlock; end -= kBackBlock) {
+      StringMove(s + end - kBackBlock, d + end - kBackBlock, kBackBlock);
+    }
   }
   for (; end >= 64; end -= 64) {
     const __m256i a = Load32(s + end - 64), b = Load32(s + end - 32);

@@ -2,6 +2,7 @@
 // transpose, mirror, planar copies and channel swaps against the OpenCV peer.
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -16,8 +17,24 @@ namespace {
 constexpr int kW = 1920, kH = 1080;
 constexpr int kBigW = 8192, kBigH = 8192;  // 64 MiB of 8u
 
-std::vector<uint8_t> Bytes(size_t n) {
-  std::vector<uint8_t> v(n);
+// Images are 64-byte aligned, as nyxiMalloc and cv::Mat give them, so that
+// both sides of a comparison see the same alignment.
+template <class T>
+struct Buffer {
+  explicit Buffer(size_t n)
+      : n_(n), p_(static_cast<T*>(std::aligned_alloc(64, (n * sizeof(T) + 63) / 64 * 64))) {}
+  ~Buffer() { std::free(p_); }
+  Buffer(const Buffer&) = delete;
+  Buffer(Buffer&& o) noexcept : n_(o.n_), p_(o.p_) { o.p_ = nullptr; }
+  T* data() { return p_; }
+  size_t size() const { return n_; }
+  T& operator[](size_t i) { return p_[i]; }
+  size_t n_;
+  T* p_;
+};
+
+Buffer<uint8_t> Bytes(size_t n) {
+  Buffer<uint8_t> v(n);
   for (size_t i = 0; i < n; ++i) v[i] = static_cast<uint8_t>(i * 31 + (i >> 11));
   return v;
 }
@@ -70,7 +87,7 @@ BENCHMARK_CAPTURE(SetMemset, c, kBigW, kBigH)->Name("Set_8u_C1R/64MiB/memset")->
 
 template <class T>
 void TransposeNyx(benchmark::State& st) {
-  std::vector<T> s(size_t(kW) * kH, T(1)), d(size_t(kW) * kH);
+  Buffer<T> s(size_t(kW) * kH), d(size_t(kW) * kH);
   for (size_t i = 0; i < s.size(); ++i) s[i] = static_cast<T>(i % 251);
   for (auto _ : st) {
     if constexpr (sizeof(T) == 1)
@@ -98,7 +115,7 @@ BENCHMARK_CAPTURE(MirrorNyx, f, 2)->Name("Mirror_8u_C1R/flip2/1920x1080/nyx")->U
 
 void SplitNyx(benchmark::State& st) {
   auto s = Bytes(size_t(kW) * kH * 3);
-  std::vector<uint8_t> p0(size_t(kW) * kH), p1(p0.size()), p2(p0.size());
+  auto p0 = Bytes(size_t(kW) * kH), p1 = Bytes(p0.size()), p2 = Bytes(p0.size());
   Nyx8u* const planes[3] = {p0.data(), p1.data(), p2.data()};
   for (auto _ : st) {
     nyxiCopy_8u_C3P3R(s.data(), kW * 3, planes, kW, {kW, kH});
@@ -108,7 +125,7 @@ void SplitNyx(benchmark::State& st) {
 }
 void MergeNyx(benchmark::State& st) {
   auto p0 = Bytes(size_t(kW) * kH), p1 = Bytes(p0.size()), p2 = Bytes(p0.size());
-  std::vector<uint8_t> d(size_t(kW) * kH * 3);
+  auto d = Bytes(size_t(kW) * kH * 3);
   const Nyx8u* const planes[3] = {p0.data(), p1.data(), p2.data()};
   for (auto _ : st) {
     nyxiCopy_8u_P3C3R(planes, kW, d.data(), kW * 3, {kW, kH});
