@@ -15,6 +15,7 @@
 
 #include "exchange/copy_forms.h"
 #include "exchange/copy_frame.h"
+#include "exchange/copy_kernels.h"
 #include "exchange/shuffle_kernels.h"
 
 namespace nyx::copy {
@@ -113,7 +114,7 @@ NyxStatus Planar(const void* interleaved, int inter_step, const void* const* pla
     avx2::ShuffleRow<Bits<T>>(plan, reinterpret_cast<void* const*>(in), !kToPlanes,
                               reinterpret_cast<void* const*>(out), kToPlanes, roi.width);
   });
-  if (stream) _mm_sfence();
+  if (stream) avx2::StoreFence();
   return nyxStsNoErr;
 }
 
