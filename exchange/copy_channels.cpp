@@ -169,11 +169,11 @@ NyxStatus Dup(const uint8_t* src, int src_step, uint8_t* dst, int dst_step, Nyxi
     return nyx::copy::Planar<Nyx##T, N, false>(                                                \
         pDst, dstStep, reinterpret_cast<const void* const*>(pSrc), srcStep, roiSize);          \
   }
-#define NYX_EMIT_COPY_LAYOUTS(T)                                             \
-  NYX_EMIT_COPY_M(T, C1)                                                     \
-  NYX_EMIT_COPY_M(T, C3) NYX_EMIT_COPY_M(T, C4) NYX_EMIT_COPY_M(T, AC4)      \
-      NYX_COPY_CHANNEL_FORMS(NYX_EMIT_COPY_CH, T) NYX_EMIT_COPY_PLANAR(T, 3) \
-          NYX_EMIT_COPY_PLANAR(T, 4)
+#define NYX_EMIT_COPY_LAYOUTS(T)                                                             \
+  NYX_EMIT_COPY_M(T, C1)                                                                     \
+  NYX_EMIT_COPY_M(T, C3)                                                                     \
+  NYX_EMIT_COPY_M(T, C4) NYX_EMIT_COPY_M(T, AC4) NYX_COPY_CHANNEL_FORMS(NYX_EMIT_COPY_CH, T) \
+      NYX_EMIT_COPY_PLANAR(T, 3) NYX_EMIT_COPY_PLANAR(T, 4)
 NYX_COPY_TYPES(NYX_EMIT_COPY_LAYOUTS)
 
 NYX_ENTRY(NyxStatus, nyxiDup_8u_C1C3R,

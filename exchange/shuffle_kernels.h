@@ -141,14 +141,17 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
   for (int j = 0; j < kOut; ++j) {
     for (int k = 0; k < kIn; ++k) used[j][k] = p.used[j][k];
   }
+  const uint8_t* ib[kIn];
+  uint8_t* ob[kOut];
+  for (int k = 0; k < kIn; ++k) ib[k] = in.base[k];
+  for (int j = 0; j < kOut; ++j) ob[j] = out.base[j];
+  const ptrdiff_t il = in.lane_step, ol = out.lane_step;
   for (size_t r = 0; r < rounds; ++r) {
-    const ptrdiff_t ri = static_cast<ptrdiff_t>(r) * in.round_step;
-    const ptrdiff_t ro = static_cast<ptrdiff_t>(r) * out.round_step;
     __m256i v[kIn];
     for (int k = 0; k < kIn; ++k) {
       // A plane's two blocks are adjacent: one load.
-      v[k] = kInPlanar ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in.base[k] + ri))
-                       : LoadLanes(in.base[k] + ri, in.base[k] + ri + in.lane_step);
+      v[k] = kInPlanar ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(ib[k]))
+                       : LoadLanes(ib[k], ib[k] + il);
     }
     if constexpr (kMode == ShufflePlan::kShuffleFirst) {
       for (int k = 0; k < kIn; ++k) v[k] = _mm256_shuffle_epi8(v[k], pre[k]);
@@ -167,19 +170,19 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       }
       if constexpr (kMode == ShufflePlan::kSelectFirst) acc = _mm256_shuffle_epi8(acc, post[j]);
       if constexpr (kKeep) {
-        const __m256i old = LoadLanes(out.base[j] + ro, out.base[j] + ro + out.lane_step);
+        const __m256i old = LoadLanes(ob[j], ob[j] + ol);
         acc = _mm256_blendv_epi8(acc, old, keep[j]);
       }
       res[j] = acc;
     }
     if constexpr (kOutPlanar) {
       for (int j = 0; j < kOut; ++j) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out.base[j] + ro), res[j]);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(ob[j]), res[j]);
       }
     } else if constexpr (kOut == 3 || kOut == 4) {
       // The two blocks are adjacent: chunks A0..A(n-1) B0..B(n-1) go out as
       // whole 256-bit stores, pairing lanes across the results.
-      __m256i* o = reinterpret_cast<__m256i*>(out.base[0] + ro);
+      __m256i* o = reinterpret_cast<__m256i*>(ob[0]);
       if constexpr (kOut == 3) {
         _mm256_storeu_si256(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
         _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(res[2], res[0], 0x30));
@@ -192,10 +195,12 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       }
     } else {
       for (int j = 0; j < kOut; ++j) {
-        _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(out.base[j] + ro + out.lane_step),
-                             reinterpret_cast<__m128i*>(out.base[j] + ro), res[j]);
+        _mm256_storeu2_m128i(reinterpret_cast<__m128i*>(ob[j] + ol),
+                             reinterpret_cast<__m128i*>(ob[j]), res[j]);
       }
     }
+    for (int k = 0; k < kIn; ++k) ib[k] += in.round_step;
+    for (int j = 0; j < kOut; ++j) ob[j] += out.round_step;
   }
 }
 
