@@ -328,6 +328,8 @@ NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
 /* END SECTION arith */
 
 /* --- Copy, set and channel operations ------------------------------------
+ * Copies, fills and channel moves; no stride tests except where noted
+ * (SwapChannels refuses a zero stride, the diagonal Mirror a stride below 1).
  * BEGIN SECTION copy */
 
 #define NYX_COPY_PROTO(T, D)                                                             \
@@ -336,20 +338,102 @@ NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
   NYX_API NyxStatus nyxiCopy_##T##_##D##R_L(const Nyx##T* pSrc, NyxSizeL srcStep,        \
                                             Nyx##T* pDst, NyxSizeL dstStep,              \
                                             NyxiSizeL roiSize);
+/* Masked copy: a pixel is written where its 8u mask sample is not zero. */
+#define NYX_COPY_M_PROTO(T, D)                                                            \
+  NYX_API NyxStatus nyxiCopy_##T##_##D##MR(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                           int dstStep, NyxiSize roiSize,                 \
+                                           const Nyx8u* pMask, int maskStep);
+/* Channel moves (C3C1, C1C3, C3CR, C3AC4, ...): the pointers of a one-channel
+ * side of a C3C1/C1C3 pair and both pointers of a CR form point at the channel. */
+#define NYX_COPY_CH_PROTO(T, D)                                                          \
+  NYX_API NyxStatus nyxiCopy_##T##_##D(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,    \
+                                       int dstStep, NyxiSize roiSize);
+/* Interleaved to planes and back: all planes share one stride. */
+#define NYX_COPY_PLANAR_PROTO(T, N)                                                         \
+  NYX_API NyxStatus nyxiCopy_##T##_C##N##P##N##R(const Nyx##T* pSrc, int srcStep,          \
+                                                 Nyx##T* const pDst[N], int dstStep,       \
+                                                 NyxiSize roiSize);                        \
+  NYX_API NyxStatus nyxiCopy_##T##_P##N##C##N##R(const Nyx##T* const pSrc[N], int srcStep, \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize);
 #define NYX_SET_PROTO_C1(T) \
   NYX_API NyxStatus nyxiSet_##T##_C1R(Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize);
 #define NYX_SET_PROTO_CN(T, D, N)                                                          \
   NYX_API NyxStatus nyxiSet_##T##_##D##R(const Nyx##T value[N], Nyx##T* pDst, int dstStep, \
                                          NyxiSize roiSize);
-#define NYX_COPY_SET_PROTO_T(T)                                                    \
-  NYX_COPY_PROTO(T, C1) NYX_COPY_PROTO(T, C3) NYX_COPY_PROTO(T, C4) NYX_COPY_PROTO(T, AC4) \
-  NYX_SET_PROTO_C1(T) NYX_SET_PROTO_CN(T, C3, 3) NYX_SET_PROTO_CN(T, C4, 4)        \
-  NYX_SET_PROTO_CN(T, AC4, 3)
+#define NYX_SET_PROTO_MORE(T)                                                                  \
+  NYX_API NyxStatus nyxiSet_##T##_C3CR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize);                                      \
+  NYX_API NyxStatus nyxiSet_##T##_C4CR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize);                                      \
+  NYX_API NyxStatus nyxiSet_##T##_C1MR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_C3MR(const Nyx##T value[3], Nyx##T* pDst, int dstStep,       \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_C4MR(const Nyx##T value[4], Nyx##T* pDst, int dstStep,       \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_AC4MR(const Nyx##T value[3], Nyx##T* pDst, int dstStep,      \
+                                        NyxiSize roiSize, const Nyx8u* pMask, int maskStep);
+/* dstOrder[c] is the source channel of destination channel c. In C3C4R an
+ * entry above 2 takes val instead. */
+#define NYX_SWAP_PROTO(T)                                                                       \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C3R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,  \
+                                               int dstStep, NyxiSize roiSize,                  \
+                                               const int dstOrder[3]);                         \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C4R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,  \
+                                               int dstStep, NyxiSize roiSize,                  \
+                                               const int dstOrder[4]);                         \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_AC4R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                                int dstStep, NyxiSize roiSize,                 \
+                                                const int dstOrder[3]);                        \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C3C4R(const Nyx##T* pSrc, int srcStep,              \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize,  \
+                                                 const int dstOrder[4], Nyx##T val);           \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C4C3R(const Nyx##T* pSrc, int srcStep,              \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize,  \
+                                                 const int dstOrder[3]);
+/* The ROI size is the source's; the destination is height by width. */
+#define NYX_TRANSPOSE_PROTO(T, D)                                                              \
+  NYX_API NyxStatus nyxiTranspose_##T##_##D##R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                               int dstStep, NyxiSize roiSize);                 \
+  NYX_API NyxStatus nyxiTranspose_##T##_##D##IR(Nyx##T* pSrcDst, int srcDstStep,              \
+                                                NyxiSize roiSize);
+#define NYX_MIRROR_PROTO(T, D)                                                              \
+  NYX_API NyxStatus nyxiMirror_##T##_##D##R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                            int dstStep, NyxiSize roiSize, NyxiAxis flip); \
+  NYX_API NyxStatus nyxiMirror_##T##_##D##IR(Nyx##T* pSrcDst, int srcDstStep,              \
+                                             NyxiSize roiSize, NyxiAxis flip);
+#define NYX_COPY_SET_PROTO_T(T)                                                              \
+  NYX_COPY_PROTO(T, C1) NYX_COPY_PROTO(T, C3) NYX_COPY_PROTO(T, C4) NYX_COPY_PROTO(T, AC4)   \
+  NYX_COPY_M_PROTO(T, C1) NYX_COPY_M_PROTO(T, C3) NYX_COPY_M_PROTO(T, C4)                    \
+  NYX_COPY_M_PROTO(T, AC4) NYX_COPY_CH_PROTO(T, C3C1R) NYX_COPY_CH_PROTO(T, C4C1R)           \
+  NYX_COPY_CH_PROTO(T, C1C3R) NYX_COPY_CH_PROTO(T, C1C4R) NYX_COPY_CH_PROTO(T, C3CR)         \
+  NYX_COPY_CH_PROTO(T, C4CR) NYX_COPY_CH_PROTO(T, C3AC4R) NYX_COPY_CH_PROTO(T, AC4C3R)       \
+  NYX_COPY_PLANAR_PROTO(T, 3) NYX_COPY_PLANAR_PROTO(T, 4)                                    \
+  NYX_SET_PROTO_C1(T) NYX_SET_PROTO_CN(T, C3, 3) NYX_SET_PROTO_CN(T, C4, 4)                  \
+  NYX_SET_PROTO_CN(T, AC4, 3) NYX_SET_PROTO_MORE(T) NYX_SWAP_PROTO(T)                        \
+  NYX_TRANSPOSE_PROTO(T, C1) NYX_TRANSPOSE_PROTO(T, C3) NYX_TRANSPOSE_PROTO(T, C4)           \
+  NYX_MIRROR_PROTO(T, C1) NYX_MIRROR_PROTO(T, C3) NYX_MIRROR_PROTO(T, C4)                    \
+  NYX_MIRROR_PROTO(T, AC4)
 NYX_COPY_SET_PROTO_T(8u)
 NYX_COPY_SET_PROTO_T(16u)
 NYX_COPY_SET_PROTO_T(16s)
 NYX_COPY_SET_PROTO_T(32s)
 NYX_COPY_SET_PROTO_T(32f)
+
+/* flags: nyxCopyStreamStore, nyxCopyStreamLoad; other bits are ignored. The
+ * bytes written never depend on the flags. */
+NYX_API NyxStatus nyxiCopyManaged_8u_C1R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst,
+                                         int dstStep, NyxiSize roiSize, int flags);
+NYX_API NyxStatus nyxiDup_8u_C1C3R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst, int dstStep,
+                                   NyxiSize roiSize);
+NYX_API NyxStatus nyxiDup_8u_C1C4R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst, int dstStep,
+                                   NyxiSize roiSize);
+NYX_API NyxStatus nyxiSwapChannels_8u_C3IR(Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                           const int dstOrder[3]);
+NYX_API NyxStatus nyxiSwapChannels_8u_C4IR(Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                           const int dstOrder[4]);
+NYX_API NyxStatus nyxiTranspose_32fc_C1R(const Nyx32fc* pSrc, int srcStep, Nyx32fc* pDst,
+                                         int dstStep, NyxiSize roiSize);
 
 /* END SECTION copy */
 
