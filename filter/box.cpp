@@ -60,19 +60,21 @@ void WithKernel(const MaskGeom& m, Fn&& fn) {
   } else if constexpr (kKind == Kind::kSum) {
     if constexpr (std::is_same_v<Dst, float>) WithSums<Src, Dst, L>(m, avx2::SumFloat{}, fn);
     else WithSums<Src, Dst, L>(m, avx2::SumInt{}, fn);
-  } else if constexpr (L == Layout::kC4 || L == Layout::kAC4) {
-    if constexpr (sizeof(Src) == 2) {
-      const bool biased = std::is_signed_v<Src>;
-      WithSums<Src, Dst, L>(m, avx2::HalfUp{r, biased ? 0x8000 * n : 0, biased}, fn);
-    } else {
-      WithSums<Src, Dst, L>(m, avx2::RoundEven{r}, fn);
-    }
+  } else if constexpr (sizeof(Src) == 2 && (L == Layout::kC4 || L == Layout::kAC4)) {
+    const bool biased = std::is_signed_v<Src>;
+    WithSums<Src, Dst, L>(m, avx2::HalfUp{r, biased ? 0x8000 * n : 0, biased}, fn);
   } else {
     if constexpr (sizeof(Src) == 1 && L == Layout::kC1) {
       const uint32_t k = m.mw == 3 ? 29128 : (m.mw == 5 ? 671088 : 342392);
       if (m.mw == m.mh && (m.mw == 3 || m.mw == 5 || m.mw == 7)) {
         return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, avx2::MulShift, 1, false>{
             m.mw, m.mh, avx2::MulShift{k, m.mw == 3 ? 18 : 24}});
+      }
+    }
+    if constexpr (sizeof(Src) == 1) {
+      if (n % 2 == 1 && n > 1 && n <= 255) {
+        return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, avx2::RoundOdd, frame::kChannels<L>,
+                                        L == Layout::kAC4>{m.mw, m.mh, avx2::RoundOdd::For(n)});
       }
     }
     WithSums<Src, Dst, L>(m, avx2::RoundEven{r}, fn);

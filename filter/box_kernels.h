@@ -77,6 +77,44 @@ struct RoundEven {
   NYX_INLINE __m256i FromInt(__m256i s) const { return FromFloat(_mm256_cvtepi32_ps(s)); }
 };
 
+// Nearest even of (float)S * r for 8-bit sums and an odd mask area n up to
+// 255, in 16-bit integers: floor((S + (n-1)/2) / n). The two agree on every
+// such sum: S/n is at least 1/(2n) >= 1/510 away from a half-integer, while
+// (float)S * r differs from S/n by less than 2 * 255 * 2^-24 (the rounding
+// of r = 1.0f/n and of the product). The division is a multiply-high by a
+// magic number m (with an add-back step when m needs 17 bits).
+struct RoundOdd {
+  uint16_t half, m;
+  int shift;
+  bool add_back;
+  int64_t bias = 0;
+  static constexpr bool k16 = true;
+  static RoundOdd For(int64_t n) {
+    RoundOdd f{static_cast<uint16_t>((n - 1) / 2), 0, 0, false};
+    for (int l = 0; l <= 16; ++l) {
+      const int64_t p = int64_t{1} << (16 + l), m = (p + n - 1) / n;
+      if (m < 65536 && m * n - p <= (int64_t{1} << l)) {
+        f.m = static_cast<uint16_t>(m);
+        f.shift = l;
+        return f;
+      }
+    }
+    int l = 0;
+    while ((int64_t{1} << l) < n) ++l;
+    f.m = static_cast<uint16_t>(((int64_t{1} << (16 + l)) + n - 1) / n - 65536);
+    f.shift = l;
+    f.add_back = true;
+    return f;
+  }
+  NYX_INLINE __m256i From16(__m256i s) const {
+    const __m256i t = _mm256_add_epi16(s, _mm256_set1_epi16(static_cast<short>(half)));
+    __m256i q = _mm256_mulhi_epu16(t, _mm256_set1_epi16(static_cast<short>(m)));
+    if (!add_back) return _mm256_srl_epi16(q, _mm_cvtsi32_si128(shift));
+    q = _mm256_add_epi16(q, _mm256_srli_epi16(_mm256_sub_epi16(t, q), 1));
+    return _mm256_srl_epi16(q, _mm_cvtsi32_si128(shift - 1));
+  }
+};
+
 // Round half up as truncation of S * r + 0.5 in one fused multiply-add;
 // with `biased` the sums are of samples plus 0x8000 and the bias comes off
 // the 16-bit result.
@@ -168,12 +206,17 @@ struct WindowSumKernel {
   // output row y + ay is made.
   static constexpr bool kConsumesRows = false;
 
+  // 8-bit C1 masks wider than this sum a row as a difference of prefix sums.
+  static constexpr int64_t kDirectUpTo = 6;
+  static constexpr bool kMayPrefix = std::is_same_v<Acc, uint16_t> && kNc == 1;
+
   int64_t mw, mh;
   Fin fin;
 
   int64_t Delay() const { return (mh - 1) / 2; }
   size_t ScratchBytes(int64_t w) const {
-    return static_cast<size_t>((w + mw - 1) * kNc + kBlock) * sizeof(Acc) + 32;
+    const size_t row = static_cast<size_t>((w + mw - 1) * kNc + kBlock) * sizeof(Acc) + 32;
+    return kMayPrefix && mw > kDirectUpTo ? 2 * row + 32 : row;
   }
 
   template <class Out>
@@ -182,6 +225,10 @@ struct WindowSumKernel {
     const int64_t n_in = (w + mw - 1) * kNc, n_out = w * kNc;
     Acc* col = reinterpret_cast<Acc*>(scratch + ((0 - reinterpret_cast<uintptr_t>(scratch)) & 31));
     for (int64_t i = n_in; i < n_in + kBlock; ++i) col[i] = 0;  // lanes past the row
+    Acc* prefix = nullptr;
+    if constexpr (kMayPrefix) {
+      if (mw > kDirectUpTo) prefix = col + ((n_in + kBlock + 16) & ~int64_t{15});
+    }
     Load(col, s, n_in);
     for (int64_t j = 1; j < mh; ++j) Add(col, frame::RowAt(s, ss, j), n_in);
     for (int64_t y = 0; y < h; ++y) {
@@ -190,7 +237,8 @@ struct WindowSumKernel {
         if (in_place) Add(col, enter, n_in);
         else Update(col, enter, frame::RowAt(s, ss, y - 1), n_in);
       }
-      Horizontal(col, out.Row(y), n_out);
+      if (prefix != nullptr) PrefixRow(col, prefix, n_in);
+      Horizontal(col, prefix, out.Row(y), n_out);
       if (in_place && y + 1 < h) Sub(col, frame::RowAt(s, ss, y), n_in);
       out.Done(y);
     }
@@ -236,7 +284,38 @@ struct WindowSumKernel {
     }
   }
 
-  NYX_INLINE __m256i WindowAt(const Acc* p) const {
+  // prefix[0] = 0, prefix[i + 1] = col[0] + ... + col[i], modulo 2^16: the
+  // difference of two prefixes is the true window sum, which fits 16 bits.
+  // Blocks of 16 past the row read zeroed lanes and write the prefix slack.
+  void PrefixRow(const Acc* col, Acc* prefix, int64_t n) const {
+    __m256i carry = _mm256_setzero_si256();
+    prefix[0] = 0;
+    for (int64_t i = 0; i < n; i += 16) {
+      __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i));
+      x = _mm256_add_epi16(x, _mm256_slli_si256(x, 2));
+      x = _mm256_add_epi16(x, _mm256_slli_si256(x, 4));
+      x = _mm256_add_epi16(x, _mm256_slli_si256(x, 8));
+      // The low half's total goes to every lane of the high half.
+      __m256i low = _mm256_permute2x128_si256(x, x, 0x08);
+      low = _mm256_shufflehi_epi16(low, 0xFF);
+      x = _mm256_add_epi16(x, _mm256_unpackhi_epi64(low, low));
+      // The block's total, off the carry's chain: one add a block depends on
+      // the block before.
+      const __m256i last = _mm256_shufflehi_epi16(x, 0xFF);
+      const __m256i total = _mm256_permute4x64_epi64(_mm256_unpackhi_epi64(last, last), 0xFF);
+      _mm256_storeu_si256(reinterpret_cast<__m256i*>(prefix + i + 1), _mm256_add_epi16(x, carry));
+      carry = _mm256_add_epi16(carry, total);
+    }
+  }
+
+  // Window sums of the block at p: from the prefix row when there is one.
+  NYX_INLINE __m256i WindowAt(const Acc* p, const Acc* pre) const {
+    if constexpr (kMayPrefix) {
+      if (pre != nullptr) {
+        return _mm256_sub_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pre + mw)),
+                                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pre)));
+      }
+    }
     __m256i s = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
     for (int64_t k = 1; k < mw; ++k) {
       const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + k * kNc));
@@ -247,7 +326,7 @@ struct WindowSumKernel {
 
   // One block of kBlock outputs at d (full, or into a copy for the tail).
   template <bool kKeepAlpha>
-  NYX_INLINE void Finish(const Acc* p, Dst* d) const {
+  NYX_INLINE void Finish(const Acc* p, const Acc* pre, Dst* d) const {
     if constexpr (kWide) {
       alignas(32) float f[8];
       for (int k = 0; k < 8; ++k) {
@@ -257,27 +336,31 @@ struct WindowSumKernel {
       }
       Store8<Dst, kKeepAlpha>(fin.FromFloat(_mm256_load_ps(f)), d);
     } else if constexpr (std::is_same_v<Acc, uint16_t>) {
-      const __m256i s = WindowAt(p);
+      const __m256i s = WindowAt(p, pre);
       if constexpr (Fin::k16) {
-        static_assert(sizeof(Dst) == 1 && !kAlphaT, "16-bit finish: 8u C1");
+        static_assert(sizeof(Dst) == 1, "16-bit finishers write 8-bit samples");
         const __m256i r = fin.From16(s);
-        const __m128i b = _mm_packus_epi16(_mm256_castsi256_si128(r), _mm256_extracti128_si256(r, 1));
+        __m128i b = _mm_packus_epi16(_mm256_castsi256_si128(r), _mm256_extracti128_si256(r, 1));
+        if constexpr (kKeepAlpha) {
+          const __m128i keep = _mm_set1_epi32(static_cast<int>(0xFF000000u));
+          b = _mm_blendv_epi8(b, _mm_loadu_si128(reinterpret_cast<const __m128i*>(d)), keep);
+        }
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d), b);
       } else {
         Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_castsi256_si128(s))), d);
         Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(s, 1))), d + 8);
       }
     } else {
-      Store8<Dst, kKeepAlpha>(fin.FromInt(WindowAt(p)), d);
+      Store8<Dst, kKeepAlpha>(fin.FromInt(WindowAt(p, pre)), d);
     }
   }
 
-  void Horizontal(const Acc* col, Dst* d, int64_t n_out) const {
+  void Horizontal(const Acc* col, const Acc* pre, Dst* d, int64_t n_out) const {
     int64_t i = 0;
-    for (; i + kBlock <= n_out; i += kBlock) Finish<kAlpha>(col + i, d + i);
+    for (; i + kBlock <= n_out; i += kBlock) Finish<kAlpha>(col + i, pre ? pre + i : pre, d + i);
     if (i < n_out) {
       alignas(32) Dst tmp[kBlock];
-      Finish<false>(col + i, tmp);
+      Finish<false>(col + i, pre ? pre + i : pre, tmp);
       CopyTail<Dst, kAlpha>(tmp, d + i, n_out - i);
     }
   }

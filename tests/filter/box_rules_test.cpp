@@ -70,15 +70,19 @@ TEST(BoxRounding, MultiplyShiftConstantsOnEverySum) {
 }
 
 TEST(BoxRounding, NearestEvenOfTheFloatProductOnEverySum) {
-  // 8u through the float kernels: a 4x4 mask (r exact) and 3x5 (r inexact),
-  // C1 and C3.
-  for (NyxiSize mask : {NyxiSize{4, 4}, NyxiSize{3, 5}, NyxiSize{9, 1}}) {
+  // 8u: masks of even and odd area, r exact and inexact, C1 and C3 (C1 5x5
+  // takes the multiply-shift rule instead and is skipped there).
+  for (NyxiSize mask : {NyxiSize{4, 4}, NyxiSize{3, 5}, NyxiSize{9, 1}, NyxiSize{15, 15},
+                        NyxiSize{5, 5}, NyxiSize{1, 3}, NyxiSize{17, 15}, NyxiSize{13, 13},
+                        NyxiSize{16, 16}, NyxiSize{17, 17}}) {
     const float r = 1.0f / static_cast<float>(mask.width * mask.height);
     for (int64_t s = 0; s <= 255 * mask.width * mask.height; ++s) {
       const int64_t want = nyx::ref::NearestEvenRule(s, r);
-      ASSERT_EQ(BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C1R, mask.width, mask.height, 1, &s, 0, 0),
-                want)
-          << "S " << s;
+      if (mask.width != 5) {
+        ASSERT_EQ(BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C1R, mask.width, mask.height, 1, &s, 0, 0),
+                  want)
+            << mask.width << "x" << mask.height << " S " << s;
+      }
       const int64_t sums[3] = {s, 255 * mask.width * mask.height - s, s / 2};
       ASSERT_EQ(BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C3R, mask.width, mask.height, 3, sums, 0, 1),
                 nyx::ref::NearestEvenRule(sums[1], r));
