@@ -232,12 +232,14 @@ struct WindowSumKernel {
     Load(col, s, n_in);
     for (int64_t j = 1; j < mh; ++j) Add(col, frame::RowAt(s, ss, j), n_in);
     for (int64_t y = 0; y < h; ++y) {
-      if (y > 0) {
-        const Src* enter = frame::RowAt(s, ss, y + mh - 1);
-        if (in_place) Add(col, enter, n_in);
-        else Update(col, enter, frame::RowAt(s, ss, y - 1), n_in);
+      const Src* enter = y > 0 ? frame::RowAt(s, ss, y + mh - 1) : nullptr;
+      const Src* leave = y > 0 && !in_place ? frame::RowAt(s, ss, y - 1) : nullptr;
+      if (y > 0 && in_place) Add(col, enter, n_in);
+      if (kMayPrefix && prefix != nullptr) {
+        PrefixRow(col, prefix, n_in, leave ? enter : nullptr, leave);
+      } else if (leave != nullptr) {
+        Update(col, enter, leave, n_in);
       }
-      if (prefix != nullptr) PrefixRow(col, prefix, n_in);
       Horizontal(col, prefix, out.Row(y), n_out);
       if (in_place && y + 1 < h) Sub(col, frame::RowAt(s, ss, y), n_in);
       out.Done(y);
@@ -287,11 +289,28 @@ struct WindowSumKernel {
   // prefix[0] = 0, prefix[i + 1] = col[0] + ... + col[i], modulo 2^16: the
   // difference of two prefixes is the true window sum, which fits 16 bits.
   // Blocks of 16 past the row read zeroed lanes and write the prefix slack.
-  void PrefixRow(const Acc* col, Acc* prefix, int64_t n) const {
+  // With enter and leave, the column sums are first moved down one row
+  // (col += enter - leave) in the same pass.
+  void PrefixRow(Acc* col, Acc* prefix, int64_t n, const Src* enter, const Src* leave) const {
+    if constexpr (kMayPrefix) PrefixRow16(col, prefix, n, enter, leave);
+  }
+  void PrefixRow16(uint16_t* col, uint16_t* prefix, int64_t n, const Src* enter,
+                   const Src* leave) const {
     __m256i carry = _mm256_setzero_si256();
     prefix[0] = 0;
     for (int64_t i = 0; i < n; i += 16) {
-      __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i));
+      __m256i x;
+      if (enter == nullptr) {
+        x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i));
+      } else if (i + 16 <= n) {
+        const __m256i d = _mm256_sub_epi16(PromoteLoadU<Vec, uint16_t>(enter + i).raw,
+                                           PromoteLoadU<Vec, uint16_t>(leave + i).raw);
+        x = _mm256_add_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i)), d);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(col + i), x);
+      } else {
+        for (int64_t k = i; k < n; ++k) col[k] = static_cast<uint16_t>(col[k] + enter[k] - leave[k]);
+        x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i));
+      }
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 2));
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 4));
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 8));
@@ -364,6 +383,8 @@ struct WindowSumKernel {
       CopyTail<Dst, kAlpha>(tmp, d + i, n_out - i);
     }
   }
+
+
 };
 
 // ---------------------------------------------------------------------------
