@@ -328,15 +328,16 @@ struct WindowSumKernel {
   }
 
   // Window sums of the block at p: from the prefix row when there is one.
-  NYX_INLINE __m256i WindowAt(const Acc* p, const Acc* pre) const {
+  // w is the mask width (a constant in the unrolled forms).
+  static NYX_INLINE __m256i WindowAt(const Acc* p, const Acc* pre, int64_t w) {
     if constexpr (kMayPrefix) {
       if (pre != nullptr) {
-        return _mm256_sub_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pre + mw)),
+        return _mm256_sub_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(pre + w)),
                                 _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pre)));
       }
     }
     __m256i s = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-    for (int64_t k = 1; k < mw; ++k) {
+    for (int64_t k = 1; k < w; ++k) {
       const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + k * kNc));
       s = std::is_same_v<Acc, uint16_t> ? _mm256_add_epi16(s, x) : _mm256_add_epi32(s, x);
     }
@@ -345,17 +346,17 @@ struct WindowSumKernel {
 
   // One block of kBlock outputs at d (full, or into a copy for the tail).
   template <bool kKeepAlpha>
-  NYX_INLINE void Finish(const Acc* p, const Acc* pre, Dst* d) const {
+  static NYX_INLINE void Finish(const Acc* p, const Acc* pre, Dst* d, const Fin& fin, int64_t w) {
     if constexpr (kWide) {
       alignas(32) float f[8];
       for (int k = 0; k < 8; ++k) {
         double sum = p[k];
-        for (int64_t j = 1; j < mw; ++j) sum += p[k + j * kNc];
+        for (int64_t j = 1; j < w; ++j) sum += p[k + j * kNc];
         f[k] = static_cast<float>(sum + static_cast<double>(fin.bias));
       }
       Store8<Dst, kKeepAlpha>(fin.FromFloat(_mm256_load_ps(f)), d);
     } else if constexpr (std::is_same_v<Acc, uint16_t>) {
-      const __m256i s = WindowAt(p, pre);
+      const __m256i s = WindowAt(p, pre, w);
       if constexpr (Fin::k16) {
         static_assert(sizeof(Dst) == 1, "16-bit finishers write 8-bit samples");
         const __m256i r = fin.From16(s);
@@ -370,16 +371,28 @@ struct WindowSumKernel {
         Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(s, 1))), d + 8);
       }
     } else {
-      Store8<Dst, kKeepAlpha>(fin.FromInt(WindowAt(p, pre)), d);
+      Store8<Dst, kKeepAlpha>(fin.FromInt(WindowAt(p, pre, w)), d);
     }
   }
 
   void Horizontal(const Acc* col, const Acc* pre, Dst* d, int64_t n_out) const {
+    switch (pre != nullptr || kWide ? 0 : mw) {
+      case 3: return HorizontalOf<3>(col, pre, d, n_out);
+      case 5: return HorizontalOf<5>(col, pre, d, n_out);
+      case 7: return HorizontalOf<7>(col, pre, d, n_out);
+      default: return HorizontalOf<0>(col, pre, d, n_out);
+    }
+  }
+  // kMw: the mask width when fixed at compile time, else 0.
+  template <int kMw>
+  void HorizontalOf(const Acc* col, const Acc* pre, Dst* d, int64_t n_out) const {
+    const Fin f = fin;  // local copies: stores to d cannot change them
+    const int64_t w = kMw > 0 ? kMw : mw;
     int64_t i = 0;
-    for (; i + kBlock <= n_out; i += kBlock) Finish<kAlpha>(col + i, pre ? pre + i : pre, d + i);
+    for (; i + kBlock <= n_out; i += kBlock) Finish<kAlpha>(col + i, pre ? pre + i : pre, d + i, f, w);
     if (i < n_out) {
       alignas(32) Dst tmp[kBlock];
-      Finish<false>(col + i, pre ? pre + i : pre, tmp);
+      Finish<false>(col + i, pre ? pre + i : pre, tmp, f, w);
       CopyTail<Dst, kAlpha>(tmp, d + i, n_out - i);
     }
   }
