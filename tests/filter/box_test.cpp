@@ -264,3 +264,26 @@ constexpr int ChannelsOf(std::string_view d) { return d == "C1" ? 1 : (d == "C3"
 NYX_BOX_FORMS(NYX_BOX_FORM_TEST)
 
 }  // namespace
+
+namespace {
+
+// Masks whose sums outgrow 16-bit (8u) or 30-bit (16-bit samples) lanes take
+// wider sums; results keep to the same rules.
+TEST(BoxForms, LargeMasksKeepTheRules) {
+  std::mt19937 rng(77);
+  const Form<Op::kBox, Nyx8u, Nyx8u, 3, false> box8{&nyxiFilterBoxBorder_8u_C3R, "8u C3"};
+  const Form<Op::kBox, Nyx8u, Nyx8u, 1, false> box8c1{&nyxiFilterBoxBorder_8u_C1R, "8u C1"};
+  const Form<Op::kBox, Nyx16u, Nyx16u, 1, false> box16u{&nyxiFilterBoxBorder_16u_C1R, "16u C1"};
+  const Form<Op::kBox, Nyx16s, Nyx16s, 4, true> box16s{&nyxiFilterBoxBorder_16s_AC4R, "16s AC4"};
+  const Form<Op::kSum, Nyx16s, Nyx32f, 4, false> sum16s{&nyxiSumWindow_16s32f_C4R, "16s32f C4"};
+  const Form<Op::kSum, Nyx8u, Nyx32s, 1, false> sum8u{&nyxiSumWindow_8u32s_C1R, "8u32s C1"};
+  box8.Check({5, 4}, {20, 20}, 1, false, rng);
+  box8c1.Check({40, 30}, {17, 19}, 3, true, rng);
+  box8c1.Check({40, 30}, {16, 16}, 0x46, false, rng);
+  box16u.Check({3, 2}, {130, 131}, 3, true, rng);
+  box16s.Check({2, 3}, {150, 120}, 6, false, rng);
+  sum16s.Check({3, 3}, {140, 140}, 1, false, rng);
+  sum8u.Check({30, 20}, {33, 11}, 0x83, false, rng);
+}
+
+}  // namespace
