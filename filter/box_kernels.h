@@ -434,24 +434,58 @@ struct RowSum32fKernel {
 
  private:
   void HRow(const float* s, float* d, int64_t n) const {
+    switch (mw) {
+      case 3: return HRowOf<3>(s, d, n);
+      case 5: return HRowOf<5>(s, d, n);
+      default: return HRowOf<0>(s, d, n);
+    }
+  }
+  // kMw, kMh: the mask extent when fixed at compile time, else 0.
+  template <int kMw>
+  void HRowOf(const float* s, float* d, int64_t n) const {
+    const int64_t w = kMw > 0 ? kMw : mw;
     ForEachBlock<float>(static_cast<size_t>(n), [&]<template <class> class V>(size_t i) {
       V<float> acc = V<float>::LoadU(s + i);
-      for (int64_t k = 1; k < mw; ++k) acc = Add(acc, V<float>::LoadU(s + i + k * kNc));
+      for (int64_t k = 1; k < w; ++k) acc = Add(acc, V<float>::LoadU(s + i + k * kNc));
       StoreU(acc, d + i);
     });
   }
   void VRow(const float* ring, int64_t top, float* d, int64_t n) const {
-    ForEachBlock<float>(static_cast<size_t>(n), [&]<template <class> class V>(size_t i) {
-      int64_t slot = top;
-      V<float> acc = V<float>::LoadU(ring + slot * n + i);
-      for (int64_t j = 1; j < mh; ++j) {
-        if (++slot == mh) slot = 0;
-        acc = Add(acc, V<float>::LoadU(ring + slot * n + i));
-      }
-      if constexpr (kScale) acc = Mul(acc, V<float>::Set(r));
-      if constexpr (kAlpha) acc = IfThenElse(AlphaLanes<V<float>>(i), V<float>::LoadU(d + i), acc);
-      StoreU(acc, d + i);
-    });
+    switch (mh) {
+      case 3: return VRowOf<3>(ring, top, d, n);
+      case 5: return VRowOf<5>(ring, top, d, n);
+      default: return VRowOf<0>(ring, top, d, n);
+    }
+  }
+  template <int kMh>
+  void VRowOf(const float* ring, int64_t top, float* d, int64_t n) const {
+    const float scale = r;
+    if constexpr (kMh > 0) {
+      // The window's rows, top to bottom.
+      const float* rows[kMh];
+      for (int j = 0; j < kMh; ++j) rows[j] = ring + ((top + j) % kMh) * n;
+      ForEachBlock<float>(static_cast<size_t>(n), [&]<template <class> class V>(size_t i) {
+        V<float> acc = V<float>::LoadU(rows[0] + i);
+        for (int j = 1; j < kMh; ++j) acc = Add(acc, V<float>::LoadU(rows[j] + i));
+        Put(acc, d, i, scale);
+      });
+    } else {
+      ForEachBlock<float>(static_cast<size_t>(n), [&]<template <class> class V>(size_t i) {
+        int64_t slot = top;
+        V<float> acc = V<float>::LoadU(ring + slot * n + i);
+        for (int64_t j = 1; j < mh; ++j) {
+          if (++slot == mh) slot = 0;
+          acc = Add(acc, V<float>::LoadU(ring + slot * n + i));
+        }
+        Put(acc, d, i, scale);
+      });
+    }
+  }
+  template <class V>
+  static NYX_INLINE void Put(V acc, float* d, size_t i, float scale) {
+    if constexpr (kScale) acc = Mul(acc, V::Set(scale));
+    if constexpr (kAlpha) acc = IfThenElse(AlphaLanes<V>(i), V::LoadU(d + i), acc);
+    StoreU(acc, d + i);
   }
 };
 
