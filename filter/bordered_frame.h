@@ -314,8 +314,6 @@ struct BorderedCall {
   BufferPlan plan;
   bool in_place;
 
-  // Pointer to the first pixel a region reads, and its stride: the caller's
-  // memory, or the rectangle extended into the buffer.
   // Copies the source rectangle s, extended where it is not real, to rect.
   void Extend(const SourceRect& s, Src* rect, int64_t step) const {
     ExtendRect(frame::RowAt(src, src_step, s.ry0) + s.rx0 * kNc, src_step, rect, step,
@@ -323,6 +321,8 @@ struct BorderedCall {
                b.mode, value);
   }
 
+  // Pointer to the first pixel a region reads, and its stride: the caller's
+  // memory, or the rectangle extended into the buffer.
   const Src* Prepare(const Region& r, bool force_copy, int64_t* step) const {
     const SourceRect s = SourceOf(r, W, H, m, b.flags);
     if (!force_copy && !s.extended()) {
@@ -348,7 +348,7 @@ struct BorderedCall {
     const int64_t out_step = d.out_w * kNc * static_cast<int64_t>(sizeof(Dst));
     DirectRows<Dst> out{joined, out_step};
     const int64_t h = s.strips[2].h(), lw = s.strips[2].w(), rw = s.strips[3].w();
-    k.Run(rect, step, d.out_w, h, out, buf + plan.scratch, in_place);
+    k.Run(rect, step, d.out_w, h, out, buf + plan.scratch, false);
     for (int64_t y = 0; y < h; ++y) {
       const Dst* row = frame::RowAt(joined, out_step, y);
       CopyPixels<Dst, kNc, K::kAlpha>(row, frame::RowAt(left, left_step, y), lw);
@@ -356,11 +356,12 @@ struct BorderedCall {
     }
   }
 
+  // overlay: the output rows are the source rows (the interior in place).
   template <class Out>
-  void RunRegion(const Region& r, bool force_copy, Out& out) const {
+  void RunRegion(const Region& r, bool force_copy, Out& out, bool overlay = false) const {
     int64_t step = 0;
     const Src* s = Prepare(r, force_copy, &step);
-    k.Run(s, step, r.w(), r.h(), out, buf + plan.scratch, in_place);
+    k.Run(s, step, r.w(), r.h(), out, buf + plan.scratch, overlay);
     out.Finish(r.h());
   }
 
@@ -371,10 +372,10 @@ struct BorderedCall {
     if (in_place && !K::kConsumesRows) {
       RingRows<Dst, kNc, K::kAlpha> out{buf + plan.ring, plan.ring_pitch, k.Delay() + 1,
                                         d, dst_step, r.w()};
-      RunRegion(r, false, out);
+      RunRegion(r, false, out, true);
     } else {
       DirectRows<Dst> out{d, dst_step};
-      RunRegion(r, false, out);
+      RunRegion(r, false, out, in_place);
     }
   }
 
@@ -388,41 +389,45 @@ struct BorderedCall {
       RunMain(s.main);
       return;
     }
-    const bool join = JoinSides(s);
-    const int n_strips = join ? 2 : 4;
-    auto at_image = [&](const Region& r) { return frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc; };
-    if (!in_place) {
-      RunMain(s.main);
-      for (int i = 0; i < n_strips; ++i) {
-        const Region& r = s.strips[i];
-        if (r.empty()) continue;
-        DirectRows<Dst> out{at_image(r), dst_step};
-        RunRegion(r, false, out);
-      }
-      if (join) RunSides(s, at_image(s.strips[2]), at_image(s.strips[3]), dst_step, dst_step);
+    if (in_place) {
+      RunStripsInPlace(s);
       return;
     }
-    // In place: strips from the untouched source into the buffer, then the
-    // interior, then the strips into the image.
+    const bool join = JoinSides(s);
+    auto at_image = [&](const Region& r) { return frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc; };
+    RunMain(s.main);
+    for (int i = 0; i < (join ? 2 : 4); ++i) {
+      const Region& r = s.strips[i];
+      if (r.empty()) continue;
+      DirectRows<Dst> out{at_image(r), dst_step};
+      RunRegion(r, false, out);
+    }
+    if (join) RunSides(s, at_image(s.strips[2]), at_image(s.strips[3]), dst_step, dst_step);
+  }
+
+  // Strips from the untouched source into the buffer, then the interior in
+  // place, then the strips into the image.
+  void RunStripsInPlace(const Split& s) const {
+    const bool join = JoinSides(s);
     Dst* kept[4] = {};
+    int64_t kept_step[4] = {};
     Dst* at = reinterpret_cast<Dst*>(buf + plan.kept);
     for (int i = 0; i < 4; ++i) {
       kept[i] = at;
+      kept_step[i] = s.strips[i].w() * kNc * static_cast<int64_t>(sizeof(Dst));
       at += s.strips[i].w() * s.strips[i].h() * kNc;
     }
-    auto kept_step = [&](int i) { return s.strips[i].w() * kNc * static_cast<int64_t>(sizeof(Dst)); };
-    for (int i = 0; i < n_strips; ++i) {
+    for (int i = 0; i < (join ? 2 : 4); ++i) {
       if (s.strips[i].empty()) continue;
-      DirectRows<Dst> out{kept[i], kept_step(i)};
+      DirectRows<Dst> out{kept[i], kept_step[i]};
       RunRegion(s.strips[i], false, out);
     }
-    if (join) RunSides(s, kept[2], kept[3], kept_step(2), kept_step(3));
+    if (join) RunSides(s, kept[2], kept[3], kept_step[2], kept_step[3]);
     RunMain(s.main);
     for (int i = 0; i < 4; ++i) {
       const Region& r = s.strips[i];
-      if (r.empty()) continue;
-      for (int64_t y = 0; y < r.h(); ++y) {
-        CopyPixels<Dst, kNc, K::kAlpha>(kept[i] + y * r.w() * kNc,
+      for (int64_t y = 0; y < r.h() && !r.empty(); ++y) {
+        CopyPixels<Dst, kNc, K::kAlpha>(frame::RowAt(kept[i], kept_step[i], y),
                                         frame::RowAt(dst, dst_step, r.y0 + y) + r.x0 * kNc,
                                         r.w());
       }
