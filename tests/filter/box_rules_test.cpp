@@ -518,3 +518,44 @@ TEST(BoxBorderless, Box64fAtTheCallersAnchor) {
 }
 
 }  // namespace
+
+namespace {
+
+// Without in-memory flags nothing outside the ROI is read: the source is a
+// tight image between two guard pages.
+template <class T, int kNc>
+void ReadsOnlyTheRoi(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, NyxiSize, NyxiBorderType,
+                                     const T*, Nyx8u*),
+                     NyxDataType type) {
+  for (NyxiSize roi : {NyxiSize{37, 9}, NyxiSize{5, 3}, NyxiSize{1, 1}, NyxiSize{64, 2}}) {
+    for (NyxiSize mask : {NyxiSize{3, 3}, NyxiSize{2, 2}, NyxiSize{7, 4}, NyxiSize{16, 5}}) {
+      for (NyxiBorderType word : {1u, 3u, 6u}) {
+        for (bool in_place : {false, true}) {
+          const size_t samples = static_cast<size_t>(roi.width) * roi.height * kNc;
+          GuardedBuffer src(samples * sizeof(T), true);
+          for (size_t i = 0; i < samples; ++i) src.as<T>()[i] = static_cast<T>(i % 97);
+          std::vector<T> dst(samples);
+          int size = 0;
+          ASSERT_EQ(nyxiFilterBoxBorderGetBufferSize(roi, mask, type, kNc, &size), nyxStsNoErr);
+          GuardedBuffer buffer(static_cast<size_t>(size));
+          const T value[4] = {T(1), T(2), T(3), T(4)};
+          const int step = roi.width * kNc * static_cast<int>(sizeof(T));
+          T* out = in_place ? src.as<T>() : dst.data();
+          ASSERT_EQ(fn(src.as<T>(), step, out, step, roi, mask, word, value, buffer.data()),
+                    nyxStsNoErr);
+        }
+      }
+    }
+  }
+}
+
+TEST(BoxCases, ReadsNothingOutsideTheRoi) {
+  ReadsOnlyTheRoi<Nyx8u, 1>(nyxiFilterBoxBorder_8u_C1R, nyx8u);
+  ReadsOnlyTheRoi<Nyx8u, 3>(nyxiFilterBoxBorder_8u_C3R, nyx8u);
+  ReadsOnlyTheRoi<Nyx16u, 4>(nyxiFilterBoxBorder_16u_AC4R, nyx16u);
+  ReadsOnlyTheRoi<Nyx16s, 4>(nyxiFilterBoxBorder_16s_C4R, nyx16s);
+  ReadsOnlyTheRoi<Nyx32f, 1>(nyxiFilterBoxBorder_32f_C1R, nyx32f);
+  ReadsOnlyTheRoi<Nyx32f, 3>(nyxiSumWindow_32f_C3R, nyx32f);
+}
+
+}  // namespace
