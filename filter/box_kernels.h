@@ -314,14 +314,15 @@ struct WindowSumKernel {
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 2));
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 4));
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 8));
-      // The low half's total goes to every lane of the high half.
-      __m256i low = _mm256_permute2x128_si256(x, x, 0x08);
-      low = _mm256_shufflehi_epi16(low, 0xFF);
-      x = _mm256_add_epi16(x, _mm256_unpackhi_epi64(low, low));
-      // The block's total, off the carry's chain: one add a block depends on
-      // the block before.
-      const __m256i last = _mm256_shufflehi_epi16(x, 0xFF);
-      const __m256i total = _mm256_permute4x64_epi64(_mm256_unpackhi_epi64(last, last), 0xFF);
+      // Each half's total in all its lanes; the low half's goes to the high
+      // half, and both make the block's total, which the carry takes off its
+      // own chain (one add a block depends on the block before). Few
+      // shuffles: they share one port.
+      __m256i halves = _mm256_shufflehi_epi16(x, 0xFF);
+      halves = _mm256_unpackhi_epi64(halves, halves);
+      x = _mm256_add_epi16(x, _mm256_permute2x128_si256(halves, halves, 0x08));
+      const __m256i total =
+          _mm256_add_epi16(halves, _mm256_permute2x128_si256(halves, halves, 0x01));
       _mm256_storeu_si256(reinterpret_cast<__m256i*>(prefix + i + 1), _mm256_add_epi16(x, carry));
       carry = _mm256_add_epi16(carry, total);
     }
