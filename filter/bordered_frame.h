@@ -94,8 +94,8 @@ inline NyxStatus DecodeBorder32f(NyxiBorderType word, const void* value, const M
                                  BorderRule* rule) {
   if ((word & 0xF) == kModeConst && value == nullptr) return nyxStsNullPtrErr;
   const unsigned low = word & 7;
-  const int mode = low == kModeMirror ? kModeMirror : (low == kModeReplicate ? kModeReplicate
-                                                                             : kModeConst);
+  const int mode =
+      low == kModeMirror ? kModeMirror : (low == kModeReplicate ? kModeReplicate : kModeConst);
   unsigned flags = word & kInMemAll;
   if (m.mw == 1) flags |= kInMemLeft | kInMemRight;
   if (m.mw == 2) flags |= kInMemLeft;
@@ -151,7 +151,7 @@ inline Split SplitRoi(int64_t W, int64_t H, const MaskGeom& m, BorderRule b) {
 // The source rectangle a region reads, and the part of it that is real
 // (inside the ROI, or beyond it on an in-memory side).
 struct SourceRect {
-  int64_t x0, x1, y0, y1;  // needed
+  int64_t x0, x1, y0, y1;      // needed
   int64_t rx0, rx1, ry0, ry1;  // real
   bool extended() const { return rx0 != x0 || rx1 != x1 || ry0 != y0 || ry1 != y1; }
   int64_t w() const { return x1 - x0; }
@@ -232,7 +232,8 @@ BufferPlan PlanBuffer(const K& k, const Split& s, int64_t W, int64_t H, const Ma
     } else {
       for (int i = 2; i < 4; ++i) {
         const SourceRect src = SourceOf(s.strips[i], W, H, m, flags);
-        if (!s.strips[i].empty() && src.extended() && src.w() * src.h() > rect) rect = src.w() * src.h();
+        if (!s.strips[i].empty() && src.extended() && src.w() * src.h() > rect)
+          rect = src.w() * src.h();
       }
     }
   }
@@ -289,7 +290,9 @@ struct RingRows {
   void Finish(int64_t h) const {
     for (int64_t y = h - (slots - 1) < 0 ? 0 : h - (slots - 1); y < h; ++y) Flush(y);
   }
-  void Flush(int64_t y) const { CopyPixels<Dst, kNc, kAlpha>(Row(y), frame::RowAt(image, step, y), w); }
+  void Flush(int64_t y) const {
+    CopyPixels<Dst, kNc, kAlpha>(Row(y), frame::RowAt(image, step, y), w);
+  }
 };
 
 // ---------------------------------------------------------------------------
@@ -317,8 +320,8 @@ struct BorderedCall {
   // Copies the source rectangle s, extended where it is not real, to rect.
   void Extend(const SourceRect& s, Src* rect, int64_t step) const {
     ExtendRect(frame::RowAt(src, src_step, s.ry0) + s.rx0 * kNc, src_step, rect, step,
-               s.rx1 - s.rx0, s.ry1 - s.ry0, kNc, s.ry0 - s.y0, s.rx0 - s.x0, s.w(), s.h(),
-               b.mode, value);
+               s.rx1 - s.rx0, s.ry1 - s.ry0, kNc, s.ry0 - s.y0, s.rx0 - s.x0, s.w(), s.h(), b.mode,
+               value);
   }
 
   // Pointer to the first pixel a region reads, and its stride: the caller's
@@ -352,7 +355,8 @@ struct BorderedCall {
     for (int64_t y = 0; y < h; ++y) {
       const Dst* row = frame::RowAt(joined, out_step, y);
       CopyPixels<Dst, kNc, K::kAlpha>(row, frame::RowAt(left, left_step, y), lw);
-      CopyPixels<Dst, kNc, K::kAlpha>(row + d.left.w() * kNc, frame::RowAt(right, right_step, y), rw);
+      CopyPixels<Dst, kNc, K::kAlpha>(row + d.left.w() * kNc, frame::RowAt(right, right_step, y),
+                                      rw);
     }
   }
 
@@ -370,8 +374,8 @@ struct BorderedCall {
   void RunMain(const Region& r) const {
     Dst* d = frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc;
     if (in_place && !K::kConsumesRows) {
-      RingRows<Dst, kNc, K::kAlpha> out{buf + plan.ring, plan.ring_pitch, k.Delay() + 1,
-                                        d, dst_step, r.w()};
+      RingRows<Dst, kNc, K::kAlpha> out{
+          buf + plan.ring, plan.ring_pitch, k.Delay() + 1, d, dst_step, r.w()};
       RunRegion(r, false, out, true);
     } else {
       DirectRows<Dst> out{d, dst_step};
@@ -428,8 +432,7 @@ struct BorderedCall {
       const Region& r = s.strips[i];
       for (int64_t y = 0; y < r.h() && !r.empty(); ++y) {
         CopyPixels<Dst, kNc, K::kAlpha>(frame::RowAt(kept[i], kept_step[i], y),
-                                        frame::RowAt(dst, dst_step, r.y0 + y) + r.x0 * kNc,
-                                        r.w());
+                                        frame::RowAt(dst, dst_step, r.y0 + y) + r.x0 * kNc, r.w());
       }
     }
   }
@@ -447,12 +450,23 @@ void RunBordered(const K& k, const typename K::Src* src, int src_step, typename 
                  const typename K::Src* value, uint8_t* buffer) {
   using Src = typename K::Src;
   using Dst = typename K::Dst;
-  const bool in_place = std::is_same_v<Src, Dst> &&
-                        static_cast<const void*>(src) == static_cast<const void*>(dst);
+  const bool in_place =
+      std::is_same_v<Src, Dst> && static_cast<const void*>(src) == static_cast<const void*>(dst);
   const Split s = SplitRoi(roi.width, roi.height, m, b);
   const BufferPlan plan = PlanBuffer(k, s, roi.width, roi.height, m, b.flags, in_place);
-  BorderedCall<K> call{k, src, src_step, dst, dst_step, roi.width, roi.height, m, b,
-                       value, AlignBuffer(buffer), plan, in_place};
+  BorderedCall<K> call{k,
+                       src,
+                       src_step,
+                       dst,
+                       dst_step,
+                       roi.width,
+                       roi.height,
+                       m,
+                       b,
+                       value,
+                       AlignBuffer(buffer),
+                       plan,
+                       in_place};
   call.Run(s);
 }
 

@@ -59,8 +59,9 @@ struct MulShift {
     return _mm256_srl_epi16(t, _mm_cvtsi32_si128(shift - 16));
   }
   NYX_INLINE __m256i FromInt(__m256i s) const {
-    const __m256i t = _mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(static_cast<int>(k))),
-                                       _mm256_set1_epi32(1 << (shift - 1)));
+    const __m256i t =
+        _mm256_add_epi32(_mm256_mullo_epi32(s, _mm256_set1_epi32(static_cast<int>(k))),
+                         _mm256_set1_epi32(1 << (shift - 1)));
     return _mm256_srl_epi32(t, _mm_cvtsi32_si128(shift));
   }
   NYX_INLINE __m256i FromFloat(__m256 f) const { return FromInt(_mm256_cvttps_epi32(f)); }
@@ -129,7 +130,8 @@ struct HalfUp {
     return biased ? _mm256_sub_epi32(u, _mm256_set1_epi32(0x8000)) : u;
   }
   NYX_INLINE __m256i FromInt(__m256i s) const {
-    return FromFloat(_mm256_cvtepi32_ps(_mm256_add_epi32(s, _mm256_set1_epi32(static_cast<int>(bias)))));
+    return FromFloat(
+        _mm256_cvtepi32_ps(_mm256_add_epi32(s, _mm256_set1_epi32(static_cast<int>(bias)))));
   }
 };
 
@@ -170,10 +172,12 @@ NYX_INLINE void Store8(__m256i v, Dst* p) {
     _mm_storel_epi64(reinterpret_cast<__m128i*>(p), b);
   } else if constexpr (sizeof(Dst) == 2) {
     __m128i w = std::is_signed_v<Dst> ? _mm_packs_epi32(lo, hi) : _mm_packus_epi32(lo, hi);
-    if constexpr (kAlpha) w = _mm_blend_epi16(w, _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), 0x88);
+    if constexpr (kAlpha)
+      w = _mm_blend_epi16(w, _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), 0x88);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), w);
   } else {
-    if constexpr (kAlpha) v = _mm256_blend_epi32(v, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)), 0x88);
+    if constexpr (kAlpha)
+      v = _mm256_blend_epi32(v, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)), 0x88);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
   }
 }
@@ -280,7 +284,8 @@ struct WindowSumKernel {
       for (int64_t i = 0; i < n; ++i) col[i] += static_cast<Acc>(enter[i]) - leave[i];
     } else {
       ForEachBlock<Acc>(n, [&]<template <class> class V>(size_t i) {
-        const V<Acc> d = nyx::avx2::Sub(PromoteLoadU<V, Acc>(enter + i), PromoteLoadU<V, Acc>(leave + i));
+        const V<Acc> d =
+            nyx::avx2::Sub(PromoteLoadU<V, Acc>(enter + i), PromoteLoadU<V, Acc>(leave + i));
         StoreU(nyx::avx2::Add(V<Acc>::LoadU(col + i), d), col + i);
       });
     }
@@ -308,7 +313,8 @@ struct WindowSumKernel {
         x = _mm256_add_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i)), d);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(col + i), x);
       } else {
-        for (int64_t k = i; k < n; ++k) col[k] = static_cast<uint16_t>(col[k] + enter[k] - leave[k]);
+        for (int64_t k = i; k < n; ++k)
+          col[k] = static_cast<uint16_t>(col[k] + enter[k] - leave[k]);
         x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(col + i));
       }
       x = _mm256_add_epi16(x, _mm256_slli_si256(x, 2));
@@ -369,7 +375,8 @@ struct WindowSumKernel {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(d), b);
       } else {
         Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_castsi256_si128(s))), d);
-        Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(s, 1))), d + 8);
+        Store8<Dst, kKeepAlpha>(fin.FromInt(_mm256_cvtepu16_epi32(_mm256_extracti128_si256(s, 1))),
+                                d + 8);
       }
     } else {
       Store8<Dst, kKeepAlpha>(fin.FromInt(WindowAt(p, pre, w)), d);
@@ -378,10 +385,14 @@ struct WindowSumKernel {
 
   void Horizontal(const Acc* col, const Acc* pre, Dst* d, int64_t n_out) const {
     switch (pre != nullptr || kWide ? 0 : mw) {
-      case 3: return HorizontalOf<3>(col, pre, d, n_out);
-      case 5: return HorizontalOf<5>(col, pre, d, n_out);
-      case 7: return HorizontalOf<7>(col, pre, d, n_out);
-      default: return HorizontalOf<0>(col, pre, d, n_out);
+      case 3:
+        return HorizontalOf<3>(col, pre, d, n_out);
+      case 5:
+        return HorizontalOf<5>(col, pre, d, n_out);
+      case 7:
+        return HorizontalOf<7>(col, pre, d, n_out);
+      default:
+        return HorizontalOf<0>(col, pre, d, n_out);
     }
   }
   // kMw: the mask width when fixed at compile time, else 0.
@@ -390,15 +401,14 @@ struct WindowSumKernel {
     const Fin f = fin;  // local copies: stores to d cannot change them
     const int64_t w = kMw > 0 ? kMw : mw;
     int64_t i = 0;
-    for (; i + kBlock <= n_out; i += kBlock) Finish<kAlpha>(col + i, pre ? pre + i : pre, d + i, f, w);
+    for (; i + kBlock <= n_out; i += kBlock)
+      Finish<kAlpha>(col + i, pre ? pre + i : pre, d + i, f, w);
     if (i < n_out) {
       alignas(32) Dst tmp[kBlock];
       Finish<false>(col + i, pre ? pre + i : pre, tmp, f, w);
       CopyTail<Dst, kAlpha>(tmp, d + i, n_out - i);
     }
   }
-
-
 };
 
 // ---------------------------------------------------------------------------
@@ -424,7 +434,8 @@ struct RowSum32fKernel {
   void Run(const float* s, int64_t ss, int64_t w, int64_t h, Out& out, uint8_t* scratch,
            bool) const {
     const int64_t n = w * kNc;
-    float* ring = reinterpret_cast<float*>(scratch + ((0 - reinterpret_cast<uintptr_t>(scratch)) & 31));
+    float* ring =
+        reinterpret_cast<float*>(scratch + ((0 - reinterpret_cast<uintptr_t>(scratch)) & 31));
     for (int64_t k = 0; k + 1 < mh; ++k) HRow(frame::RowAt(s, ss, k), ring + k * n, n);
     for (int64_t y = 0; y < h; ++y) {
       HRow(frame::RowAt(s, ss, y + mh - 1), ring + ((y + mh - 1) % mh) * n, n);
@@ -436,9 +447,12 @@ struct RowSum32fKernel {
  private:
   void HRow(const float* s, float* d, int64_t n) const {
     switch (mw) {
-      case 3: return HRowOf<3>(s, d, n);
-      case 5: return HRowOf<5>(s, d, n);
-      default: return HRowOf<0>(s, d, n);
+      case 3:
+        return HRowOf<3>(s, d, n);
+      case 5:
+        return HRowOf<5>(s, d, n);
+      default:
+        return HRowOf<0>(s, d, n);
     }
   }
   // kMw, kMh: the mask extent when fixed at compile time, else 0.
@@ -453,9 +467,12 @@ struct RowSum32fKernel {
   }
   void VRow(const float* ring, int64_t top, float* d, int64_t n) const {
     switch (mh) {
-      case 3: return VRowOf<3>(ring, top, d, n);
-      case 5: return VRowOf<5>(ring, top, d, n);
-      default: return VRowOf<0>(ring, top, d, n);
+      case 3:
+        return VRowOf<3>(ring, top, d, n);
+      case 5:
+        return VRowOf<5>(ring, top, d, n);
+      default:
+        return VRowOf<0>(ring, top, d, n);
     }
   }
   template <int kMh>

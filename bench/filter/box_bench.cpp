@@ -27,8 +27,8 @@ void RunNyx(benchmark::State& state, Fn fn, NyxDataType type, int nc, int m) {
   nyxiFilterBoxBorderGetBufferSize({w, h}, {m, m}, type, nc, &size);
   Buffer buffer(size, 3);
   for (auto _ : state) {
-    fn(src.as<S>(), int(sizeof(S)) * nc * w, dst.as<D>(), int(sizeof(D)) * nc * w,
-       NyxiSize{w, h}, NyxiSize{m, m}, nyxBorderRepl, nullptr, buffer.as());
+    fn(src.as<S>(), int(sizeof(S)) * nc * w, dst.as<D>(), int(sizeof(D)) * nc * w, NyxiSize{w, h},
+       NyxiSize{m, m}, nyxBorderRepl, nullptr, buffer.as());
     benchmark::ClobberMemory();
   }
   nyx::bench::SetBytes(state, size_t(w) * h * nc * sizeof(S));
