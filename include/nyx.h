@@ -535,6 +535,62 @@ NYX_COPY_VOLUME_BORDER_PROTO(64f)
 #undef NYX_COPY_VOLUME_BORDER_PROTO
 
 /* END SECTION border */
+/* --- Box filter and window sums ------------------------------------------
+ * FilterBoxBorder: mean of the mask around each pixel; SumWindow: the sum.
+ * The anchor is fixed at ((mw-1)/2, (mh-1)/2); pixels beyond the ROI come
+ * from the border word (replicate, mirror, constant, or real memory on the
+ * sides flagged in-memory). The work buffer is sized by the matching query.
+ * BEGIN SECTION filter-box */
+
+#define NYX_BOX_BORDER_PROTO(Op, TS, TD, tag, D)                                        \
+  NYX_API NyxStatus nyxi##Op##_##tag##_##D##R(                                          \
+      const Nyx##TS* pSrc, int srcStep, Nyx##TD* pDst, int dstStep, NyxiSize roiSize,   \
+      NyxiSize maskSize, NyxiBorderType border, const Nyx##TS* pBorderValue,            \
+      Nyx8u* pBuffer);
+#define NYX_BOX_BORDER_PROTO_T(Op, TS, TD, tag)                                           \
+  NYX_BOX_BORDER_PROTO(Op, TS, TD, tag, C1) NYX_BOX_BORDER_PROTO(Op, TS, TD, tag, C3)     \
+  NYX_BOX_BORDER_PROTO(Op, TS, TD, tag, C4) NYX_BOX_BORDER_PROTO(Op, TS, TD, tag, AC4)
+NYX_BOX_BORDER_PROTO_T(FilterBoxBorder, 8u, 8u, 8u)
+NYX_BOX_BORDER_PROTO_T(FilterBoxBorder, 16u, 16u, 16u)
+NYX_BOX_BORDER_PROTO_T(FilterBoxBorder, 16s, 16s, 16s)
+NYX_BOX_BORDER_PROTO_T(FilterBoxBorder, 32f, 32f, 32f)
+NYX_BOX_BORDER_PROTO_T(SumWindow, 8u, 32s, 8u32s)
+NYX_BOX_BORDER_PROTO_T(SumWindow, 16u, 32f, 16u32f)
+NYX_BOX_BORDER_PROTO_T(SumWindow, 16s, 32f, 16s32f)
+NYX_BOX_BORDER_PROTO_T(SumWindow, 32f, 32f, 32f)
+#undef NYX_BOX_BORDER_PROTO_T
+#undef NYX_BOX_BORDER_PROTO
+
+NYX_API NyxStatus nyxiFilterBoxBorderGetBufferSize(NyxiSize roiSize, NyxiSize maskSize,
+                                                   NyxDataType dataType, int numChannels,
+                                                   int* pBufferSize);
+NYX_API NyxStatus nyxiSumWindowGetBufferSize(NyxiSize roiSize, NyxiSize maskSize,
+                                             NyxDataType dataType, int numChannels,
+                                             int* pBufferSize);
+
+/* No border: the source must hold everything the mask reaches. */
+NYX_API NyxStatus nyxiFilterBox_64f_C1R(const Nyx64f* pSrc, int srcStep, Nyx64f* pDst,
+                                        int dstStep, NyxiSize dstRoiSize, NyxiSize maskSize,
+                                        NyxiPoint anchor);
+
+/* Sums of maskSize samples along a row or a column, starting anchor samples
+ * before the output position; no border. */
+#define NYX_SUM_WINDOW_1D_PROTO(Dir, TS, tag, D)                                          \
+  NYX_API NyxStatus nyxiSumWindow##Dir##_##tag##_##D##R(const Nyx##TS* pSrc, int srcStep, \
+                                                        Nyx32f* pDst, int dstStep,        \
+                                                        NyxiSize dstRoiSize, int maskSize, \
+                                                        int anchor);
+#define NYX_SUM_WINDOW_1D_PROTO_T(TS, tag)                                                   \
+  NYX_SUM_WINDOW_1D_PROTO(Row, TS, tag, C1) NYX_SUM_WINDOW_1D_PROTO(Row, TS, tag, C3)       \
+  NYX_SUM_WINDOW_1D_PROTO(Row, TS, tag, C4) NYX_SUM_WINDOW_1D_PROTO(Column, TS, tag, C1)    \
+  NYX_SUM_WINDOW_1D_PROTO(Column, TS, tag, C3) NYX_SUM_WINDOW_1D_PROTO(Column, TS, tag, C4)
+NYX_SUM_WINDOW_1D_PROTO_T(8u, 8u32f)
+NYX_SUM_WINDOW_1D_PROTO_T(16u, 16u32f)
+NYX_SUM_WINDOW_1D_PROTO_T(16s, 16s32f)
+#undef NYX_SUM_WINDOW_1D_PROTO_T
+#undef NYX_SUM_WINDOW_1D_PROTO
+
+/* END SECTION filter-box */
 
 #ifdef __cplusplus
 }
