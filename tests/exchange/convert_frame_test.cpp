@@ -24,27 +24,30 @@ namespace {
 // Order of tests, expanded over the forms tables. `call(src, dst, step, roi)`
 // runs a form with both pointers and strides given.
 
-using Probe = std::function<NyxStatus(bool src_null, bool dst_null, int step, NyxiSize roi)>;
+using Probe =
+    std::function<NyxStatus(bool src_null, bool dst_null, int src_step, int dst_step, NyxiSize roi)>;
 
 // C1 and AC4 forms: null, size, stride below 1.
 void ExpectNullSizeStride(const Probe& p, const std::string& what) {
   ExpectStatuses({
-      {what + " null src, zero width", [&] { return p(true, false, 64, {0, 1}); }, nyxStsNullPtrErr},
-      {what + " null dst", [&] { return p(false, true, 0, {1, 1}); }, nyxStsNullPtrErr},
-      {what + " zero height, zero stride", [&] { return p(false, false, 0, {1, 0}); }, nyxStsSizeErr},
-      {what + " zero stride", [&] { return p(false, false, 0, {1, 1}); }, nyxStsStepErr},
-      {what + " negative stride", [&] { return p(false, false, -64, {1, 1}); }, nyxStsStepErr},
-      {what + " fine", [&] { return p(false, false, 64, {2, 2}); }, nyxStsNoErr},
+      {what + " null src, zero width", [&] { return p(true, false, 64, 64, {0, 1}); }, nyxStsNullPtrErr},
+      {what + " null dst", [&] { return p(false, true, 0, 0, {1, 1}); }, nyxStsNullPtrErr},
+      {what + " zero height, zero stride", [&] { return p(false, false, 0, 0, {1, 0}); }, nyxStsSizeErr},
+      {what + " zero stride", [&] { return p(false, false, 0, 0, {1, 1}); }, nyxStsStepErr},
+      {what + " negative stride", [&] { return p(false, false, -64, -64, {1, 1}); }, nyxStsStepErr},
+      {what + " zero source stride", [&] { return p(false, false, 0, 64, {1, 1}); }, nyxStsStepErr},
+      {what + " zero destination stride", [&] { return p(false, false, 64, 0, {1, 1}); }, nyxStsStepErr},
+      {what + " fine", [&] { return p(false, false, 64, 64, {2, 2}); }, nyxStsNoErr},
   });
 }
 
 // C3 and C4 forms test the width first, then run the C1 order.
 void ExpectRouted(const Probe& p, const std::string& what) {
   ExpectStatuses({
-      {what + " null, zero width", [&] { return p(true, true, 0, {0, 1}); }, nyxStsSizeErr},
-      {what + " null, zero height", [&] { return p(true, false, 0, {1, 0}); }, nyxStsNullPtrErr},
-      {what + " zero height", [&] { return p(false, false, 0, {1, 0}); }, nyxStsSizeErr},
-      {what + " zero stride", [&] { return p(false, false, 0, {1, 1}); }, nyxStsStepErr},
+      {what + " null, zero width", [&] { return p(true, true, 0, 0, {0, 1}); }, nyxStsSizeErr},
+      {what + " null, zero height", [&] { return p(true, false, 0, 0, {1, 0}); }, nyxStsNullPtrErr},
+      {what + " zero height", [&] { return p(false, false, 0, 0, {1, 0}); }, nyxStsSizeErr},
+      {what + " zero stride", [&] { return p(false, false, 0, 0, {1, 1}); }, nyxStsStepErr},
   });
 }
 
@@ -53,9 +56,9 @@ alignas(64) uint8_t g_dst[4096];
 
 template <class S, class D, class Fn, class... Extra>
 Probe MakeProbe(Fn fn, Extra... extra) {
-  return [=](bool sn, bool dn, int step, NyxiSize roi) {
-    return fn(sn ? nullptr : reinterpret_cast<const S*>(g_src), step,
-              dn ? nullptr : reinterpret_cast<D*>(g_dst), step, roi, extra...);
+  return [=](bool sn, bool dn, int ss, int ds, NyxiSize roi) {
+    return fn(sn ? nullptr : reinterpret_cast<const S*>(g_src), ss,
+              dn ? nullptr : reinterpret_cast<D*>(g_dst), ds, roi, extra...);
   };
 }
 
@@ -86,11 +89,11 @@ TEST(ConvertFrame, OrderOfTestsScaleFactorForms) {
                          #S #D "Sfs");                                                        \
     const Probe bad = MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs,                  \
                                                 static_cast<NyxRoundMode>(3), 40);            \
-    ExpectStatuses({{#S #D " mode 3", [&] { return bad(false, false, 64, {1, 1}); },          \
+    ExpectStatuses({{#S #D " mode 3", [&] { return bad(false, false, 64, 64, {1, 1}); },          \
                      nyxStsNotSupportedModeErr},                                              \
-                    {#S #D " mode 3, stride", [&] { return bad(false, false, 0, {1, 1}); },   \
+                    {#S #D " mode 3, stride", [&] { return bad(false, false, 0, 0, {1, 1}); },   \
                      nyxStsStepErr},                                                          \
-                    {#S #D " mode 3, null", [&] { return bad(true, false, 64, {1, 1}); },     \
+                    {#S #D " mode 3, null", [&] { return bad(true, false, 64, 64, {1, 1}); },     \
                      nyxStsNullPtrErr}});                                                     \
   }
   NYX_CONVERT_SFS_FLOAT_FORMS(NYX_ORDER_SFS)
@@ -124,13 +127,13 @@ TEST(ConvertFrame, OrderOfTestsScale) {
     const Probe c1 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, 1.0f, 1.0f);            \
     const Probe ac4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, 2.0f, -1.0f);         \
     const Probe c4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R, 2.0f, -1.0f);           \
-    ExpectStatuses({{#S #D " empty range first", [&] { return c1(true, true, 0, {0, 0}); },     \
+    ExpectStatuses({{#S #D " empty range first", [&] { return c1(true, true, 0, 0, {0, 0}); },     \
                      nyxStsScaleRangeErr},                                                      \
-                    {#S #D " AC4 empty range first", [&] { return ac4(true, true, 0, {0, 0}); }, \
+                    {#S #D " AC4 empty range first", [&] { return ac4(true, true, 0, 0, {0, 0}); }, \
                      nyxStsScaleRangeErr},                                                      \
-                    {#S #D " C4 width before range", [&] { return c4(true, true, 0, {0, 1}); }, \
+                    {#S #D " C4 width before range", [&] { return c4(true, true, 0, 0, {0, 1}); }, \
                      nyxStsSizeErr},                                                            \
-                    {#S #D " C4 empty range", [&] { return c4(true, true, 0, {1, 1}); },        \
+                    {#S #D " C4 empty range", [&] { return c4(true, true, 0, 0, {1, 1}); },        \
                      nyxStsScaleRangeErr}});                                                    \
   }
   NYX_SCALE_WIDEN_FORMS(NYX_ORDER_SCALE_PLAIN)
@@ -142,9 +145,9 @@ TEST(ConvertFrame, OrderOfTestsScaleC) {
   // ScaleC puts its constants before the destination: adapt the argument order.
 #define NYX_SCALEC_PROBE_N(Name, S, D)                                                          \
   ExpectNullSizeStride(                                                                        \
-      [](bool sn, bool dn, int step, NyxiSize roi) {                                           \
-        return Name(sn ? nullptr : reinterpret_cast<const Nyx##S*>(g_src), step, 2.0, 1.0,     \
-                    dn ? nullptr : reinterpret_cast<Nyx##D*>(g_dst), step, roi,                \
+      [](bool sn, bool dn, int ss, int ds, NyxiSize roi) {                                     \
+        return Name(sn ? nullptr : reinterpret_cast<const Nyx##S*>(g_src), ss, 2.0, 1.0,       \
+                    dn ? nullptr : reinterpret_cast<Nyx##D*>(g_dst), ds, roi,                  \
                     nyxAlgHintFast);                                                           \
       },                                                                                       \
       #Name);
