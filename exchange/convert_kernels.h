@@ -26,6 +26,18 @@ namespace nyx::avx2 {
 
 template <class S, class D, class W, class Op, bool kAlpha>
 void MapRow(const S* s, D* d, size_t n, Op op) {
+  if constexpr (!kAlpha) {
+    // Single samples up to a 32-byte boundary of the destination, so that the
+    // vector stores do not straddle cache lines (alpha kernels keep their
+    // blocks on pixel boundaries instead).
+    size_t head = ((0 - reinterpret_cast<uintptr_t>(d)) & 31) / sizeof(D);
+    if (head * sizeof(D) == ((0 - reinterpret_cast<uintptr_t>(d)) & 31) && head < n) {
+      for (size_t i = 0; i < head; ++i) StoreAs(op(LoadAs<Lane, W>(s + i)), d + i);
+      s += head;
+      d += head;
+      n -= head;
+    }
+  }
   ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
     auto y = op(LoadAs<V, W>(s + i));
     if constexpr (kAlpha) {
