@@ -33,6 +33,12 @@ template <class S, class D>
 inline constexpr bool kRoundsToFloat = sizeof(S) == 4 && std::is_integral_v<S> &&
                                        std::is_same_v<D, float>;
 
+// 8u16s and 8u32f at C1 write wide outputs; they store around the cache
+// when their traffic passes it.
+template <class S, class D>
+inline constexpr bool kMayStream = std::is_same_v<S, Nyx8u> && (std::is_same_v<D, Nyx16s> ||
+                                                                std::is_same_v<D, Nyx32f>);
+
 template <class S, class D, Layout L>
 NyxStatus ConvertExact(const S* src, int src_step, D* dst, int dst_step, NyxiSize roi) {
   if constexpr (kRoutesToC1<L>) {
@@ -45,6 +51,9 @@ NyxStatus ConvertExact(const S* src, int src_step, D* dst, int dst_step, NyxiSiz
     if constexpr (kRoundsToFloat<S, D>) {
       FpWord word(kMxcsrRoundNearest, kMxcsrRoundMask);
       Map<S, D, W, avx2::Same, L>({}, src, src_step, dst, dst_step, roi);
+    } else if constexpr (kMayStream<S, D> && L == Layout::kC1) {
+      const bool stream = TrafficPassesCache(PixelsOf(roi), sizeof(S) + sizeof(D));
+      MapMaybeStreaming<S, D, W, avx2::Same, L>(stream, {}, src, src_step, dst, dst_step, roi);
     } else {
       Map<S, D, W, avx2::Same, L>({}, src, src_step, dst, dst_step, roi);
     }

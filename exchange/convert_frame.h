@@ -86,11 +86,35 @@ inline void Walk(RowFn<S, D, Op> row, Op op, const S* src, int src_step, D* dst,
   });
 }
 
-template <class S, class D, class W, class Op, Layout L>
+template <class S, class D, class W, class Op, Layout L, bool kStream = false>
 inline void Map(Op op, const S* src, int src_step, D* dst, int dst_step, NyxiSize roi) {
   constexpr bool kAlpha = L == Layout::kAC4;
-  Walk<S, D, Op>(&avx2::MapRow<S, D, W, Op, kAlpha>, op, src, src_step, dst, dst_step, roi,
-                 frame::kChannels<L>);
+  Walk<S, D, Op>(&avx2::MapRow<S, D, W, Op, kAlpha, kStream>, op, src, src_step, dst, dst_step,
+                 roi, frame::kChannels<L>);
+}
+
+// The same, with non-temporal stores when `stream` says so.
+template <class S, class D, class W, class Op, Layout L>
+inline void MapMaybeStreaming(bool stream, Op op, const S* src, int src_step, D* dst,
+                              int dst_step, NyxiSize roi) {
+  if (stream) Map<S, D, W, Op, L, true>(op, src, src_step, dst, dst_step, roi);
+  else Map<S, D, W, Op, L, false>(op, src, src_step, dst, dst_step, roi);
+}
+
+inline int64_t PixelsOf(NyxiSize roi) { return static_cast<int64_t>(roi.width) * roi.height; }
+
+// Non-temporal stores pay off once the traffic of a call (source plus
+// destination bytes) passes the largest cache; below that, stores that stay
+// in the cache are faster (and leave the output warm for its reader). The
+// question goes to the core library only from 32 MiB of traffic: the cache
+// query can cost tens of microseconds (a trapped CPUID under a hypervisor),
+// which only a call that large hides.
+inline bool TrafficPassesCache(int64_t pixels, int bytes_per_pixel) {
+  const int64_t traffic = pixels * bytes_per_pixel;
+  if (traffic < (int64_t{32} << 20)) return false;
+  int cache = 0;
+  if (nyxGetMaxCacheSizeB(&cache) != nyxStsNoErr) return false;
+  return traffic >= cache;
 }
 
 }  // namespace nyx::cvt

@@ -24,19 +24,85 @@
 
 namespace nyx::avx2 {
 
-template <class S, class D, class W, class Op, bool kAlpha>
+// Lanes whose bits are the destination samples as they are.
+template <class W, class D>
+inline constexpr bool kStoresBits =
+    std::is_same_v<W, D> || (std::is_integral_v<W> && std::is_integral_v<D> && sizeof(W) == sizeof(D));
+
+// Stores a vector block with a non-temporal hint (the destination is 32-byte
+// aligned and the lanes hold its bits).
+template <class W, class D>
+NYX_INLINE void StreamStore(Vec<W> v, D* p) {
+  if constexpr (std::is_same_v<W, float>) _mm256_stream_ps(p, v.raw);
+  else if constexpr (std::is_same_v<W, double>) _mm256_stream_pd(p, v.raw);
+  else _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v.raw);
+}
+
+// kStream asks for non-temporal stores (for outputs too large to stay in the
+// cache); it applies where the working lanes are the destination's type and
+// the destination reaches a 32-byte boundary, and changes no result.
+template <class S, class D, class W, class Op, bool kAlpha, bool kStream = false>
 void MapRow(const S* s, D* d, size_t n, Op op) {
+  bool aligned = false;
   if constexpr (!kAlpha) {
     // Single samples up to a 32-byte boundary of the destination, so that the
     // vector stores do not straddle cache lines (alpha kernels keep their
     // blocks on pixel boundaries instead).
-    size_t head = ((0 - reinterpret_cast<uintptr_t>(d)) & 31) / sizeof(D);
-    if (head * sizeof(D) == ((0 - reinterpret_cast<uintptr_t>(d)) & 31) && head < n) {
+    const size_t gap = (0 - reinterpret_cast<uintptr_t>(d)) & 31;
+    const size_t head = gap / sizeof(D);
+    if (head * sizeof(D) == gap && head < n) {
       for (size_t i = 0; i < head; ++i) StoreAs(op(LoadAs<Lane, W>(s + i)), d + i);
       s += head;
       d += head;
       n -= head;
+      aligned = true;
     }
+  }
+  if constexpr (kStream && kStoresBits<W, D>) {
+    if (aligned) {
+      ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
+        const auto y = op(LoadAs<V, W>(s + i));
+        if constexpr (kIsLane<V<W>>) StoreAs(y, d + i);
+        else StreamStore(y, d + i);
+      });
+      _mm_sfence();
+      return;
+    }
+  }
+  // Narrowing to a smaller integer type: several result vectors are packed
+  // into one full store.
+  using R = typename decltype(op(Vec<W>::Zero()))::Sample;
+  constexpr size_t kPack = kAlpha ? 1 : kPackCount<R, D>;
+  if constexpr (kPack > 1) {
+    constexpr size_t kN = Vec<W>::kLanes;
+    size_t i = 0;
+    auto pack = [&](size_t at) {
+      Vec<R> r[kPack];
+      for (size_t k = 0; k < kPack; ++k) r[k] = op(LoadAs<Vec, W>(s + at + k * kN));
+      PackStore(r, d + at);
+    };
+    for (; i + 2 * kPack * kN <= n; i += 2 * kPack * kN) {
+      pack(i);
+      pack(i + kPack * kN);
+    }
+    if (i + kPack * kN <= n) {
+      pack(i);
+      i += kPack * kN;
+    }
+    s += i;
+    d += i;
+    n -= i;
+  }
+  if constexpr (!kAlpha && kPack == 1) {
+    // Four vectors a round, then the block loop for the rest.
+    constexpr size_t kN = Vec<W>::kLanes;
+    size_t i = 0;
+    for (; i + 4 * kN <= n; i += 4 * kN) {
+      for (size_t k = 0; k < 4; ++k) StoreAs(op(LoadAs<Vec, W>(s + i + k * kN)), d + i + k * kN);
+    }
+    s += i;
+    d += i;
+    n -= i;
   }
   ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
     auto y = op(LoadAs<V, W>(s + i));

@@ -39,16 +39,19 @@ template <>
 struct Widen<Nyx8u, Nyx16u> {
   using W = uint16_t;
   using Op = avx2::Replicate16<false>;
+  static constexpr bool kMayStream = false;
 };
 template <>
 struct Widen<Nyx8u, Nyx16s> {
   using W = uint16_t;
   using Op = avx2::Replicate16<true>;
+  static constexpr bool kMayStream = true;
 };
 template <>
 struct Widen<Nyx8u, Nyx32s> {
   using W = int32_t;
   using Op = avx2::Replicate32;
+  static constexpr bool kMayStream = false;
 };
 
 template <class S, class D, Layout L>
@@ -60,7 +63,9 @@ NyxStatus ScaleWiden(const S* src, int src_step, D* dst, int dst_step, NyxiSize 
   } else {
     if (NyxStatus st = CheckImages(src, src_step, dst, dst_step, roi)) return st;
     using Wd = Widen<S, D>;
-    Map<S, D, typename Wd::W, typename Wd::Op, L>({}, src, src_step, dst, dst_step, roi);
+    const bool stream = Wd::kMayStream && TrafficPassesCache(PixelsOf(roi), sizeof(S) + sizeof(D));
+    MapMaybeStreaming<S, D, typename Wd::W, typename Wd::Op, L>(stream, {}, src, src_step, dst,
+                                                                dst_step, roi);
     return nyxStsNoErr;
   }
 }
@@ -132,8 +137,9 @@ NyxStatus Scale8u32f(const Nyx8u* src, int src_step, Nyx32f* dst, int dst_step, 
     if (NyxStatus st = CheckImages(src, src_step, dst, dst_step, roi)) return st;
     FpWord word(kMxcsrRoundNearest, kMxcsrRoundMask);
     const float slope = (Pin(v_max) - v_min) * 0.003921568859368563f;
-    Map<Nyx8u, Nyx32f, float, avx2::AffineUnfused, L>({Pin(v_min), slope}, src, src_step, dst,
-                                                       dst_step, roi);
+    MapMaybeStreaming<Nyx8u, Nyx32f, float, avx2::AffineUnfused, L>(
+        TrafficPassesCache(PixelsOf(roi), 5), {Pin(v_min), slope}, src, src_step, dst, dst_step,
+        roi);
     return nyxStsNoErr;
   }
 }

@@ -205,6 +205,48 @@ NYX_INLINE void StoreAs(Vec<W> v, D* p) {
 }
 
 // ---------------------------------------------------------------------------
+// Packing stores: kPackCount<W, D> vectors of W lanes (int16 or int32, or
+// float converted in the current rounding mode, like StoreAs) narrowed with
+// saturation into one full vector of D samples. 1 where no packing applies.
+
+template <class W, class D>
+inline constexpr size_t kPackCount =
+    !std::is_integral_v<D> || sizeof(D) == 4 ? 1
+    : std::is_same_v<W, float> || std::is_same_v<W, int32_t> ? 4 / sizeof(D)
+    : std::is_same_v<W, int16_t> && sizeof(D) == 1       ? 2
+                                                         : 1;
+
+template <class W>
+NYX_INLINE __m256i IntLanes(Vec<W> v) {
+  if constexpr (std::is_same_v<W, float>) return _mm256_cvtps_epi32(v.raw);
+  else return v.raw;
+}
+
+template <class D, class W, size_t K>
+NYX_INLINE void PackStore(const Vec<W> (&v)[K], D* p) {
+  __m256i r;
+  if constexpr (K == 4) {
+    // Each pack works within 128-bit halves; the final permute puts the
+    // eight 4-byte groups back in order.
+    const __m256i ab = _mm256_packs_epi32(IntLanes(v[0]), IntLanes(v[1]));
+    const __m256i cd = _mm256_packs_epi32(IntLanes(v[2]), IntLanes(v[3]));
+    const __m256i b = std::is_signed_v<D> ? _mm256_packs_epi16(ab, cd) : _mm256_packus_epi16(ab, cd);
+    r = _mm256_permutevar8x32_epi32(b, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  } else {
+    static_assert(K == 2);
+    const __m256i a = IntLanes(v[0]), b = IntLanes(v[1]);
+    __m256i packed;
+    if constexpr (sizeof(W) == 4) {
+      packed = std::is_signed_v<D> ? _mm256_packs_epi32(a, b) : _mm256_packus_epi32(a, b);
+    } else {
+      packed = std::is_signed_v<D> ? _mm256_packs_epi16(a, b) : _mm256_packus_epi16(a, b);
+    }
+    r = _mm256_permute4x64_epi64(packed, 0xD8);
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), r);
+}
+
+// ---------------------------------------------------------------------------
 // Float operations.
 
 template <class T>
