@@ -94,8 +94,8 @@ NyxStatus GrayToBin(const T* src, int src_step, Nyx8u* dst, int dst_step, int bi
   if (NyxStatus st = CheckBits(src, src_step, dst, dst_step, roi, bit_offset)) return st;
   Nyx8u* first = dst + (bit_offset >> 3);
   frame::WalkRows(roi.height, [&](int64_t y) {
-    SamplesToBits(frame::RowAt(src, src_step, y), frame::RowAt(first, dst_step, y),
-                  bit_offset & 7, static_cast<size_t>(roi.width), threshold);
+    SamplesToBits(frame::RowAt(src, src_step, y), frame::RowAt(first, dst_step, y), bit_offset & 7,
+                  static_cast<size_t>(roi.width), threshold);
   });
   return nyxStsNoErr;
 }
@@ -103,20 +103,20 @@ NyxStatus GrayToBin(const T* src, int src_step, Nyx8u* dst, int dst_step, int bi
 }  // namespace
 }  // namespace nyx::cvt
 
-#define NYX_EMIT_BINGRAY(T)                                                                   \
-  NYX_ENTRY(NyxStatus, nyxiBinToGray_1u##T##_C1R,                                             \
-            (const Nyx8u* pSrc, int srcStep, int srcBitOffset, Nyx##T* pDst, int dstStep,      \
-             NyxiSize roiSize, Nyx##T loVal, Nyx##T hiVal),                                   \
-            (pSrc, srcStep, srcBitOffset, pDst, dstStep, roiSize, loVal, hiVal)) {            \
-    return nyx::cvt::BinToGray<Nyx##T>(pSrc, srcStep, srcBitOffset, pDst, dstStep, roiSize,    \
-                                       loVal, hiVal);                                         \
-  }                                                                                           \
-  NYX_ENTRY(NyxStatus, nyxiGrayToBin_##T##1u_C1R,                                             \
-            (const Nyx##T* pSrc, int srcStep, Nyx8u* pDst, int dstStep, int dstBitOffset,      \
-             NyxiSize roiSize, Nyx##T threshold),                                             \
-            (pSrc, srcStep, pDst, dstStep, dstBitOffset, roiSize, threshold)) {               \
-    return nyx::cvt::GrayToBin<Nyx##T>(pSrc, srcStep, pDst, dstStep, dstBitOffset, roiSize,    \
-                                       threshold);                                            \
+#define NYX_EMIT_BINGRAY(T)                                                                        \
+  NYX_ENTRY(NyxStatus, nyxiBinToGray_1u##T##_C1R,                                                  \
+            (const Nyx8u* pSrc, int srcStep, int srcBitOffset, Nyx##T* pDst, int dstStep,          \
+             NyxiSize roiSize, Nyx##T loVal, Nyx##T hiVal),                                        \
+            (pSrc, srcStep, srcBitOffset, pDst, dstStep, roiSize, loVal, hiVal)) {                 \
+    return nyx::cvt::BinToGray<Nyx##T>(pSrc, srcStep, srcBitOffset, pDst, dstStep, roiSize, loVal, \
+                                       hiVal);                                                     \
+  }                                                                                                \
+  NYX_ENTRY(NyxStatus, nyxiGrayToBin_##T##1u_C1R,                                                  \
+            (const Nyx##T* pSrc, int srcStep, Nyx8u* pDst, int dstStep, int dstBitOffset,          \
+             NyxiSize roiSize, Nyx##T threshold),                                                  \
+            (pSrc, srcStep, pDst, dstStep, dstBitOffset, roiSize, threshold)) {                    \
+    return nyx::cvt::GrayToBin<Nyx##T>(pSrc, srcStep, pDst, dstStep, dstBitOffset, roiSize,        \
+                                       threshold);                                                 \
   }
 
 NYX_BINGRAY_FORMS(NYX_EMIT_BINGRAY)

@@ -30,14 +30,14 @@ struct ExactLanes {
 // A 32-bit integer is rounded to the nearest single whatever the caller's
 // rounding mode.
 template <class S, class D>
-inline constexpr bool kRoundsToFloat = sizeof(S) == 4 && std::is_integral_v<S> &&
-                                       std::is_same_v<D, float>;
+inline constexpr bool kRoundsToFloat =
+    sizeof(S) == 4 && std::is_integral_v<S>&& std::is_same_v<D, float>;
 
 // 8u16s and 8u32f at C1 write wide outputs; they store around the cache
 // when their traffic passes it.
 template <class S, class D>
-inline constexpr bool kMayStream = std::is_same_v<S, Nyx8u> && (std::is_same_v<D, Nyx16s> ||
-                                                                std::is_same_v<D, Nyx32f>);
+inline constexpr bool kMayStream = std::is_same_v<S, Nyx8u> &&
+                                   (std::is_same_v<D, Nyx16s> || std::is_same_v<D, Nyx32f>);
 
 template <class S, class D, Layout L>
 NyxStatus ConvertExact(const S* src, int src_step, D* dst, int dst_step, NyxiSize roi) {
@@ -81,8 +81,8 @@ NyxStatus ConvertRound(const float* src, int src_step, D* dst, int dst_step, Nyx
       FpWord word(round | kInvalidMask, kMxcsrRoundMask | kInvalidMask | kInvalidFlag);
       Map<float, D, float, avx2::Same, L>({}, src, src_step, dst, dst_step, roi);
       if (word.InvalidRaised()) {
-        Walk<float, D, avx2::Same>(&avx2::FixTooLargeRow<D, L == Layout::kAC4>, {}, src,
-                                   src_step, dst, dst_step, roi, frame::kChannels<L>);
+        Walk<float, D, avx2::Same>(&avx2::FixTooLargeRow<D, L == Layout::kAC4>, {}, src, src_step,
+                                   dst, dst_step, roi, frame::kChannels<L>);
       }
     } else {
       FpWord word(kMxcsrRoundZero, kMxcsrRoundMask);
@@ -105,36 +105,36 @@ NyxStatus ConvertClampNegative(const S* src, int src_step, D* dst, int dst_step,
 }  // namespace
 }  // namespace nyx::cvt
 
-#define NYX_EMIT_CONVERT(S, D, Desc)                                                      \
-  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_##Desc##R,                                    \
+#define NYX_EMIT_CONVERT(S, D, Desc)                                                        \
+  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_##Desc##R,                                      \
             (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize), \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                    \
-    return nyx::cvt::ConvertExact<Nyx##S, Nyx##D, nyx::frame::Layout::k##Desc>(          \
-        pSrc, srcStep, pDst, dstStep, roiSize);                                           \
+            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                      \
+    return nyx::cvt::ConvertExact<Nyx##S, Nyx##D, nyx::frame::Layout::k##Desc>(             \
+        pSrc, srcStep, pDst, dstStep, roiSize);                                             \
   }
-#define NYX_EMIT_CONVERT_ALL(S, D)                                                       \
-  NYX_EMIT_CONVERT(S, D, C1) NYX_EMIT_CONVERT(S, D, C3) NYX_EMIT_CONVERT(S, D, C4)         \
-  NYX_EMIT_CONVERT(S, D, AC4)
+#define NYX_EMIT_CONVERT_ALL(S, D) \
+  NYX_EMIT_CONVERT(S, D, C1)       \
+  NYX_EMIT_CONVERT(S, D, C3) NYX_EMIT_CONVERT(S, D, C4) NYX_EMIT_CONVERT(S, D, AC4)
 #define NYX_EMIT_CONVERT_C1(S, D) NYX_EMIT_CONVERT(S, D, C1)
 
-#define NYX_EMIT_CONVERT_ROUND(S, D, Desc)                                               \
-  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_##Desc##R,                                   \
+#define NYX_EMIT_CONVERT_ROUND(S, D, Desc)                                                 \
+  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_##Desc##R,                                     \
             (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize, \
-             NyxRoundMode roundMode),                                                    \
-            (pSrc, srcStep, pDst, dstStep, roiSize, roundMode)) {                        \
-    return nyx::cvt::ConvertRound<Nyx##D, nyx::frame::Layout::k##Desc>(                  \
-        pSrc, srcStep, pDst, dstStep, roiSize, roundMode);                               \
+             NyxRoundMode roundMode),                                                      \
+            (pSrc, srcStep, pDst, dstStep, roiSize, roundMode)) {                          \
+    return nyx::cvt::ConvertRound<Nyx##D, nyx::frame::Layout::k##Desc>(                    \
+        pSrc, srcStep, pDst, dstStep, roiSize, roundMode);                                 \
   }
-#define NYX_EMIT_CONVERT_ROUND_ALL(S, D)                                                 \
-  NYX_EMIT_CONVERT_ROUND(S, D, C1) NYX_EMIT_CONVERT_ROUND(S, D, C3)                       \
-  NYX_EMIT_CONVERT_ROUND(S, D, C4) NYX_EMIT_CONVERT_ROUND(S, D, AC4)
+#define NYX_EMIT_CONVERT_ROUND_ALL(S, D)                            \
+  NYX_EMIT_CONVERT_ROUND(S, D, C1)                                  \
+  NYX_EMIT_CONVERT_ROUND(S, D, C3) NYX_EMIT_CONVERT_ROUND(S, D, C4) \
+      NYX_EMIT_CONVERT_ROUND(S, D, AC4)
 
-#define NYX_EMIT_CONVERT_RS(S, D)                                                         \
-  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_C1Rs,                                         \
-            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize), \
-            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                    \
-    return nyx::cvt::ConvertClampNegative<Nyx##S, Nyx##D>(pSrc, srcStep, pDst, dstStep,   \
-                                                          roiSize);                       \
+#define NYX_EMIT_CONVERT_RS(S, D)                                                                 \
+  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_C1Rs,                                                 \
+            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize),       \
+            (pSrc, srcStep, pDst, dstStep, roiSize)) {                                            \
+    return nyx::cvt::ConvertClampNegative<Nyx##S, Nyx##D>(pSrc, srcStep, pDst, dstStep, roiSize); \
   }
 
 NYX_CONVERT_PLAIN_FORMS(NYX_EMIT_CONVERT_ALL)

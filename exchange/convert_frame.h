@@ -58,8 +58,7 @@ inline F Pin(F v) {
 // Null, size, stride below 1: the order of nyxiConvert, nyxiScale and
 // nyxiScaleC.
 template <class S, class D>
-inline NyxStatus CheckImages(const S* src, int src_step, const D* dst, int dst_step,
-                             NyxiSize roi) {
+inline NyxStatus CheckImages(const S* src, int src_step, const D* dst, int dst_step, NyxiSize roi) {
   if (frame::AnyNull(src, dst)) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   if (src_step < 1 || dst_step < 1) return nyxStsStepErr;
@@ -81,24 +80,25 @@ inline void Walk(RowFn<S, D, Op> row, Op op, const S* src, int src_step, D* dst,
     return;
   }
   frame::WalkRows(roi.height, [&](int64_t y) {
-    row(frame::RowAt(src, src_step, y), frame::RowAt(dst, dst_step, y), static_cast<size_t>(n),
-        op);
+    row(frame::RowAt(src, src_step, y), frame::RowAt(dst, dst_step, y), static_cast<size_t>(n), op);
   });
 }
 
 template <class S, class D, class W, class Op, Layout L, bool kStream = false>
 inline void Map(Op op, const S* src, int src_step, D* dst, int dst_step, NyxiSize roi) {
   constexpr bool kAlpha = L == Layout::kAC4;
-  Walk<S, D, Op>(&avx2::MapRow<S, D, W, Op, kAlpha, kStream>, op, src, src_step, dst, dst_step,
-                 roi, frame::kChannels<L>);
+  Walk<S, D, Op>(&avx2::MapRow<S, D, W, Op, kAlpha, kStream>, op, src, src_step, dst, dst_step, roi,
+                 frame::kChannels<L>);
 }
 
 // The same, with non-temporal stores when `stream` says so.
 template <class S, class D, class W, class Op, Layout L>
-inline void MapMaybeStreaming(bool stream, Op op, const S* src, int src_step, D* dst,
-                              int dst_step, NyxiSize roi) {
-  if (stream) Map<S, D, W, Op, L, true>(op, src, src_step, dst, dst_step, roi);
-  else Map<S, D, W, Op, L, false>(op, src, src_step, dst, dst_step, roi);
+inline void MapMaybeStreaming(bool stream, Op op, const S* src, int src_step, D* dst, int dst_step,
+                              NyxiSize roi) {
+  if (stream)
+    Map<S, D, W, Op, L, true>(op, src, src_step, dst, dst_step, roi);
+  else
+    Map<S, D, W, Op, L, false>(op, src, src_step, dst, dst_step, roi);
 }
 
 inline int64_t PixelsOf(NyxiSize roi) { return static_cast<int64_t>(roi.width) * roi.height; }

@@ -26,16 +26,20 @@ namespace nyx::avx2 {
 
 // Lanes whose bits are the destination samples as they are.
 template <class W, class D>
-inline constexpr bool kStoresBits =
-    std::is_same_v<W, D> || (std::is_integral_v<W> && std::is_integral_v<D> && sizeof(W) == sizeof(D));
+inline constexpr bool kStoresBits = std::is_same_v<W, D> ||
+                                    (std::is_integral_v<W> && std::is_integral_v<D> &&
+                                     sizeof(W) == sizeof(D));
 
 // Stores a vector block with a non-temporal hint (the destination is 32-byte
 // aligned and the lanes hold its bits).
 template <class W, class D>
 NYX_INLINE void StreamStore(Vec<W> v, D* p) {
-  if constexpr (std::is_same_v<W, float>) _mm256_stream_ps(p, v.raw);
-  else if constexpr (std::is_same_v<W, double>) _mm256_stream_pd(p, v.raw);
-  else _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v.raw);
+  if constexpr (std::is_same_v<W, float>)
+    _mm256_stream_ps(p, v.raw);
+  else if constexpr (std::is_same_v<W, double>)
+    _mm256_stream_pd(p, v.raw);
+  else
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), v.raw);
 }
 
 // kStream asks for non-temporal stores (for outputs too large to stay in the
@@ -62,8 +66,10 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
     if (aligned) {
       ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
         const auto y = op(LoadAs<V, W>(s + i));
-        if constexpr (kIsLane<V<W>>) StoreAs(y, d + i);
-        else StreamStore(y, d + i);
+        if constexpr (kIsLane<V<W>>)
+          StoreAs(y, d + i);
+        else
+          StreamStore(y, d + i);
       });
       _mm_sfence();
       return;
@@ -158,12 +164,18 @@ struct ScaledRound {
   NYX_INLINE auto operator()(V x) const {
     const V f = V::Set(factor);
     V y;
-    if constexpr (kMode == 0) y = Mul(x, f);
-    else if constexpr (kMode == 1) y = RoundWith<_MM_FROUND_TO_NEAREST_INT>(Mul(x, f));
-    else y = MulAdd(x, f, CopySign(V::Set(F(0.5)), x));
-    if constexpr (std::is_same_v<D, int32_t> && std::is_same_v<F, float>) return FloatToInt32Sat(y);
-    else if constexpr (std::is_same_v<D, uint32_t>) return FloatToUint32Sat(y);
-    else return ClampTo<D>(y);
+    if constexpr (kMode == 0)
+      y = Mul(x, f);
+    else if constexpr (kMode == 1)
+      y = RoundWith<_MM_FROUND_TO_NEAREST_INT>(Mul(x, f));
+    else
+      y = MulAdd(x, f, CopySign(V::Set(F(0.5)), x));
+    if constexpr (std::is_same_v<D, int32_t> && std::is_same_v<F, float>)
+      return FloatToInt32Sat(y);
+    else if constexpr (std::is_same_v<D, uint32_t>)
+      return FloatToUint32Sat(y);
+    else
+      return ClampTo<D>(y);
   }
 };
 
@@ -262,9 +274,12 @@ struct FusedClamped {
   template <class V>
   NYX_INLINE auto operator()(V x) const {
     const V y = MulAdd(x, V::Set(scale), V::Set(bias));
-    if constexpr (std::is_floating_point_v<D>) return y;
-    else if constexpr (sizeof(D) == 4 && std::is_same_v<F, float>) return FloatToInt32Sat(y);
-    else return ClampTo<D>(y);
+    if constexpr (std::is_floating_point_v<D>)
+      return y;
+    else if constexpr (sizeof(D) == 4 && std::is_same_v<F, float>)
+      return FloatToInt32Sat(y);
+    else
+      return ClampTo<D>(y);
   }
 };
 

@@ -55,9 +55,18 @@ NyxStatus ConvertSfsFloat(const S* src, int src_step, D* dst, int dst_step, Nyxi
   FpWord word(kMxcsrRoundZero, kMxcsrRoundMask);
   const S factor = ExponentFactor<S>(sf);
   switch (mode) {
-    case 0: Map<S, D, S, avx2::ScaledRound<D, S, 0>, Layout::kC1>({factor}, src, src_step, dst, dst_step, roi); break;
-    case 1: Map<S, D, S, avx2::ScaledRound<D, S, 1>, Layout::kC1>({factor}, src, src_step, dst, dst_step, roi); break;
-    default: Map<S, D, S, avx2::ScaledRound<D, S, 2>, Layout::kC1>({factor}, src, src_step, dst, dst_step, roi); break;
+    case 0:
+      Map<S, D, S, avx2::ScaledRound<D, S, 0>, Layout::kC1>({factor}, src, src_step, dst, dst_step,
+                                                            roi);
+      break;
+    case 1:
+      Map<S, D, S, avx2::ScaledRound<D, S, 1>, Layout::kC1>({factor}, src, src_step, dst, dst_step,
+                                                            roi);
+      break;
+    default:
+      Map<S, D, S, avx2::ScaledRound<D, S, 2>, Layout::kC1>({factor}, src, src_step, dst, dst_step,
+                                                            roi);
+      break;
   }
   return nyxStsNoErr;
 }
@@ -92,8 +101,8 @@ void RunIntSfs(Op op, const S* src, int src_step, D* dst, int dst_step, NyxiSize
       row(src, dst, static_cast<size_t>(w * roi.height), op);
     } else {
       frame::WalkRows(roi.height, [&](int64_t y) {
-        row(frame::RowAt(src, src_step, y), frame::RowAt(dst, dst_step, y),
-            static_cast<size_t>(w), op);
+        row(frame::RowAt(src, src_step, y), frame::RowAt(dst, dst_step, y), static_cast<size_t>(w),
+            op);
       });
     }
   } else {
@@ -111,9 +120,15 @@ NyxStatus ConvertSfsInt(const S* src, int src_step, D* dst, int dst_step, NyxiSi
   }
   const double factor = IntFactor(sf);
   switch (mode) {
-    case 0: RunIntSfs<S, D>(avx2::IntScaled<D, 0>{factor}, src, src_step, dst, dst_step, roi); break;
-    case 1: RunIntSfs<S, D>(avx2::IntScaled<D, 1>{factor}, src, src_step, dst, dst_step, roi); break;
-    default: RunIntSfs<S, D>(avx2::IntScaled<D, 2>{factor}, src, src_step, dst, dst_step, roi); break;
+    case 0:
+      RunIntSfs<S, D>(avx2::IntScaled<D, 0>{factor}, src, src_step, dst, dst_step, roi);
+      break;
+    case 1:
+      RunIntSfs<S, D>(avx2::IntScaled<D, 1>{factor}, src, src_step, dst, dst_step, roi);
+      break;
+    default:
+      RunIntSfs<S, D>(avx2::IntScaled<D, 2>{factor}, src, src_step, dst, dst_step, roi);
+      break;
   }
   return nyxStsNoErr;
 }
@@ -121,13 +136,13 @@ NyxStatus ConvertSfsInt(const S* src, int src_step, D* dst, int dst_step, NyxiSi
 }  // namespace
 }  // namespace nyx::cvt
 
-#define NYX_EMIT_CONVERT_SFS(S, D, Frame)                                                  \
-  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_C1RSfs,                                        \
-            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize,  \
-             NyxRoundMode roundMode, int scaleFactor),                                     \
-            (pSrc, srcStep, pDst, dstStep, roiSize, roundMode, scaleFactor)) {             \
+#define NYX_EMIT_CONVERT_SFS(S, D, Frame)                                                    \
+  NYX_ENTRY(NyxStatus, nyxiConvert_##S##D##_C1RSfs,                                          \
+            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize,   \
+             NyxRoundMode roundMode, int scaleFactor),                                       \
+            (pSrc, srcStep, pDst, dstStep, roiSize, roundMode, scaleFactor)) {               \
     return nyx::cvt::Frame<Nyx##S, Nyx##D>(pSrc, srcStep, pDst, dstStep, roiSize, roundMode, \
-                                           scaleFactor);                                   \
+                                           scaleFactor);                                     \
   }
 #define NYX_EMIT_CONVERT_SFS_FLOAT(S, D) NYX_EMIT_CONVERT_SFS(S, D, ConvertSfsFloat)
 #define NYX_EMIT_CONVERT_SFS_INT(S, D) NYX_EMIT_CONVERT_SFS(S, D, ConvertSfsInt)

@@ -114,8 +114,7 @@ NyxStatus ScaleNarrow(const S* src, int src_step, Nyx8u* dst, int dst_step, Nyxi
       using Op = decltype(N::Accurate());
       Map<S, Nyx8u, typename N::AccW, Op, L>(N::Accurate(), src, src_step, dst, dst_step, roi);
     } else {
-      Map<S, Nyx8u, typename N::FastW, typename N::Fast, L>({}, src, src_step, dst, dst_step,
-                                                           roi);
+      Map<S, Nyx8u, typename N::FastW, typename N::Fast, L>({}, src, src_step, dst, dst_step, roi);
     }
     return nyxStsNoErr;
   }
@@ -168,12 +167,12 @@ NyxStatus Scale32f8u(const Nyx32f* src, int src_step, Nyx8u* dst, int dst_step, 
 }  // namespace
 }  // namespace nyx::cvt
 
-#define NYX_SCALE_ENTRY(S, D, Desc, Params, Args, Call)                                  \
-  NYX_ENTRY(NyxStatus, nyxiScale_##S##D##_##Desc##R,                                     \
-            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep, NyxiSize roiSize \
-                 NYX_SCALE_##Params##_EXTRA),                                            \
-            (pSrc, srcStep, pDst, dstStep, roiSize NYX_SCALE_##Args##_ARGS)) {           \
-    return Call(pSrc, srcStep, pDst, dstStep, roiSize NYX_SCALE_##Args##_ARGS);          \
+#define NYX_SCALE_ENTRY(S, D, Desc, Params, Args, Call)                         \
+  NYX_ENTRY(NyxStatus, nyxiScale_##S##D##_##Desc##R,                            \
+            (const Nyx##S* pSrc, int srcStep, Nyx##D* pDst, int dstStep,        \
+             NyxiSize roiSize NYX_SCALE_##Params##_EXTRA),                      \
+            (pSrc, srcStep, pDst, dstStep, roiSize NYX_SCALE_##Args##_ARGS)) {  \
+    return Call(pSrc, srcStep, pDst, dstStep, roiSize NYX_SCALE_##Args##_ARGS); \
   }
 #define NYX_SCALE_NO_ARGS
 #define NYX_SCALE_HINT_ARGS , hint
@@ -181,18 +180,17 @@ NyxStatus Scale32f8u(const Nyx32f* src, int src_step, Nyx8u* dst, int dst_step, 
 #define NYX_SCALE_FOR_LAYOUTS(X, S, D) X(S, D, C1) X(S, D, C3) X(S, D, C4) X(S, D, AC4)
 
 #define NYX_EMIT_SCALE_WIDEN_1(S, D, Desc) \
-  NYX_SCALE_ENTRY(S, D, Desc, NO, NO,          \
+  NYX_SCALE_ENTRY(S, D, Desc, NO, NO,      \
                   (nyx::cvt::ScaleWiden<Nyx##S, Nyx##D, nyx::frame::Layout::k##Desc>))
 #define NYX_EMIT_SCALE_WIDEN(S, D) NYX_SCALE_FOR_LAYOUTS(NYX_EMIT_SCALE_WIDEN_1, S, D)
 
-#define NYX_EMIT_SCALE_HINT_1(S, D, Desc)                                \
+#define NYX_EMIT_SCALE_HINT_1(S, D, Desc) \
   NYX_SCALE_ENTRY(S, D, Desc, HINT, HINT, \
                   (nyx::cvt::ScaleNarrow<Nyx##S, nyx::frame::Layout::k##Desc>))
 #define NYX_EMIT_SCALE_HINT(S, D) NYX_SCALE_FOR_LAYOUTS(NYX_EMIT_SCALE_HINT_1, S, D)
 
-#define NYX_EMIT_SCALE_RANGE_1(S, D, Desc)                                    \
-  NYX_SCALE_ENTRY(S, D, Desc, RANGE, RANGE, \
-                  (nyx::cvt::Scale##S##D<nyx::frame::Layout::k##Desc>))
+#define NYX_EMIT_SCALE_RANGE_1(S, D, Desc) \
+  NYX_SCALE_ENTRY(S, D, Desc, RANGE, RANGE, (nyx::cvt::Scale##S##D<nyx::frame::Layout::k##Desc>))
 #define NYX_EMIT_SCALE_RANGE(S, D) NYX_SCALE_FOR_LAYOUTS(NYX_EMIT_SCALE_RANGE_1, S, D)
 
 NYX_SCALE_WIDEN_FORMS(NYX_EMIT_SCALE_WIDEN)

@@ -28,8 +28,8 @@ inline NyxStatus CopyOf(const Nyx8u* s, int ss, Nyx8u* d, int ds, NyxiSize roi) 
   return d1_nyxiCopy_8u_C1R(s, ss, d, ds, roi);
 }
 inline NyxStatus CopyOf(const Nyx8s* s, int ss, Nyx8s* d, int ds, NyxiSize roi) {
-  return d1_nyxiCopy_8u_C1R(reinterpret_cast<const Nyx8u*>(s), ss, reinterpret_cast<Nyx8u*>(d),
-                            ds, roi);
+  return d1_nyxiCopy_8u_C1R(reinterpret_cast<const Nyx8u*>(s), ss, reinterpret_cast<Nyx8u*>(d), ds,
+                            roi);
 }
 inline NyxStatus CopyOf(const Nyx16u* s, int ss, Nyx16u* d, int ds, NyxiSize roi) {
   return d1_nyxiCopy_16u_C1R(s, ss, d, ds, roi);
@@ -55,8 +55,8 @@ inline bool IsIdentity(double m, double a) {
 }
 
 template <class S, class D>
-NyxStatus ScaleC(const S* src, int src_step, double m, double a, D* dst, int dst_step,
-                 NyxiSize roi, NyxHintAlgorithm hint) {
+NyxStatus ScaleC(const S* src, int src_step, double m, double a, D* dst, int dst_step, NyxiSize roi,
+                 NyxHintAlgorithm hint) {
   if constexpr (std::is_same_v<S, D>) {
     if (IsIdentity(m, a)) return CopyOf(src, src_step, dst, dst_step, roi);
   }
@@ -76,28 +76,28 @@ NyxStatus ScaleC(const S* src, int src_step, double m, double a, D* dst, int dst
 }  // namespace
 }  // namespace nyx::cvt
 
-#define NYX_EMIT_SCALEC(S, D)                                                                \
-  NYX_ENTRY(NyxStatus, nyxiScaleC_##S##D##_C1R,                                              \
-            (const Nyx##S* pSrc, int srcStep, Nyx64f mVal, Nyx64f aVal, Nyx##D* pDst,         \
-             int dstStep, NyxiSize roiSize, NyxHintAlgorithm hint),                          \
-            (pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize, hint)) {                     \
-    return nyx::cvt::ScaleC<Nyx##S, Nyx##D>(pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize, \
-                                            hint);                                           \
+#define NYX_EMIT_SCALEC(S, D)                                                                      \
+  NYX_ENTRY(NyxStatus, nyxiScaleC_##S##D##_C1R,                                                    \
+            (const Nyx##S* pSrc, int srcStep, Nyx64f mVal, Nyx64f aVal, Nyx##D* pDst, int dstStep, \
+             NyxiSize roiSize, NyxHintAlgorithm hint),                                             \
+            (pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize, hint)) {                           \
+    return nyx::cvt::ScaleC<Nyx##S, Nyx##D>(pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize,     \
+                                            hint);                                                 \
   }
-#define NYX_EMIT_SCALEC_SAME(T)                                                               \
-  NYX_ENTRY(NyxStatus, nyxiScaleC_##T##_C1R,                                                  \
-            (const Nyx##T* pSrc, int srcStep, Nyx64f mVal, Nyx64f aVal, Nyx##T* pDst,          \
-             int dstStep, NyxiSize roiSize, NyxHintAlgorithm hint),                           \
-            (pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize, hint)) {                      \
-    return nyx::cvt::ScaleC<Nyx##T, Nyx##T>(pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize,  \
-                                            hint);                                            \
-  }                                                                                           \
-  NYX_ENTRY(NyxStatus, nyxiScaleC_##T##_C1IR,                                                 \
-            (Nyx64f mVal, Nyx64f aVal, Nyx##T * pSrcDst, int srcDstStep, NyxiSize roiSize,     \
-             NyxHintAlgorithm hint),                                                          \
-            (mVal, aVal, pSrcDst, srcDstStep, roiSize, hint)) {                               \
-    return nyx::cvt::ScaleC<Nyx##T, Nyx##T>(pSrcDst, srcDstStep, mVal, aVal, pSrcDst,          \
-                                            srcDstStep, roiSize, hint);                       \
+#define NYX_EMIT_SCALEC_SAME(T)                                                                    \
+  NYX_ENTRY(NyxStatus, nyxiScaleC_##T##_C1R,                                                       \
+            (const Nyx##T* pSrc, int srcStep, Nyx64f mVal, Nyx64f aVal, Nyx##T* pDst, int dstStep, \
+             NyxiSize roiSize, NyxHintAlgorithm hint),                                             \
+            (pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize, hint)) {                           \
+    return nyx::cvt::ScaleC<Nyx##T, Nyx##T>(pSrc, srcStep, mVal, aVal, pDst, dstStep, roiSize,     \
+                                            hint);                                                 \
+  }                                                                                                \
+  NYX_ENTRY(NyxStatus, nyxiScaleC_##T##_C1IR,                                                      \
+            (Nyx64f mVal, Nyx64f aVal, Nyx##T * pSrcDst, int srcDstStep, NyxiSize roiSize,         \
+             NyxHintAlgorithm hint),                                                               \
+            (mVal, aVal, pSrcDst, srcDstStep, roiSize, hint)) {                                    \
+    return nyx::cvt::ScaleC<Nyx##T, Nyx##T>(pSrcDst, srcDstStep, mVal, aVal, pSrcDst, srcDstStep,  \
+                                            roiSize, hint);                                        \
   }
 
 NYX_SCALEC_PAIRS(NYX_EMIT_SCALEC)

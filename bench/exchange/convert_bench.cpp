@@ -45,8 +45,10 @@ Buffer<T> Random(size_t n) {
   std::mt19937 rng(1);
   Buffer<T> v(n);
   for (auto& x : v) {
-    if constexpr (std::is_floating_point_v<T>) x = static_cast<T>(std::uniform_real_distribution<double>(-50, 300)(rng));
-    else x = static_cast<T>(rng());
+    if constexpr (std::is_floating_point_v<T>)
+      x = static_cast<T>(std::uniform_real_distribution<double>(-50, 300)(rng));
+    else
+      x = static_cast<T>(rng());
   }
   return v;
 }

@@ -51,12 +51,16 @@ NYX_INLINE __m128i Load4AsInt32(const S* p) {  // four samples of up to 32 bits
     int32_t bytes;
     __builtin_memcpy(&bytes, p, 4);
     const __m128i x = _mm_cvtsi32_si128(bytes);
-    if constexpr (std::is_signed_v<S>) return _mm_cvtepi8_epi32(x);
-    else return _mm_cvtepu8_epi32(x);
+    if constexpr (std::is_signed_v<S>)
+      return _mm_cvtepi8_epi32(x);
+    else
+      return _mm_cvtepu8_epi32(x);
   } else if constexpr (sizeof(S) == 2) {
     const __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
-    if constexpr (std::is_signed_v<S>) return _mm_cvtepi16_epi32(x);
-    else return _mm_cvtepu16_epi32(x);
+    if constexpr (std::is_signed_v<S>)
+      return _mm_cvtepi16_epi32(x);
+    else
+      return _mm_cvtepu16_epi32(x);
   } else {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
   }
@@ -169,8 +173,10 @@ NYX_INLINE void StoreAs(Lane<W> v, D* p) {
     *p = static_cast<D>(v.raw);
   } else if constexpr (std::is_floating_point_v<W>) {
     const int32_t i = CvtToInt32(v.raw);
-    if constexpr (sizeof(D) == 4) *p = static_cast<D>(i);
-    else *p = SaturateTo<D>(i);
+    if constexpr (sizeof(D) == 4)
+      *p = static_cast<D>(i);
+    else
+      *p = SaturateTo<D>(i);
   } else if constexpr (sizeof(W) == sizeof(D)) {
     *p = static_cast<D>(v.raw);
   } else {
@@ -211,15 +217,17 @@ NYX_INLINE void StoreAs(Vec<W> v, D* p) {
 
 template <class W, class D>
 inline constexpr size_t kPackCount =
-    !std::is_integral_v<D> || sizeof(D) == 4 ? 1
+    !std::is_integral_v<D> || sizeof(D) == 4                 ? 1
     : std::is_same_v<W, float> || std::is_same_v<W, int32_t> ? 4 / sizeof(D)
-    : std::is_same_v<W, int16_t> && sizeof(D) == 1       ? 2
-                                                         : 1;
+    : std::is_same_v<W, int16_t> && sizeof(D) == 1           ? 2
+                                                             : 1;
 
 template <class W>
 NYX_INLINE __m256i IntLanes(Vec<W> v) {
-  if constexpr (std::is_same_v<W, float>) return _mm256_cvtps_epi32(v.raw);
-  else return v.raw;
+  if constexpr (std::is_same_v<W, float>)
+    return _mm256_cvtps_epi32(v.raw);
+  else
+    return v.raw;
 }
 
 template <class D, class W, size_t K>
@@ -230,7 +238,8 @@ NYX_INLINE void PackStore(const Vec<W> (&v)[K], D* p) {
     // eight 4-byte groups back in order.
     const __m256i ab = _mm256_packs_epi32(IntLanes(v[0]), IntLanes(v[1]));
     const __m256i cd = _mm256_packs_epi32(IntLanes(v[2]), IntLanes(v[3]));
-    const __m256i b = std::is_signed_v<D> ? _mm256_packs_epi16(ab, cd) : _mm256_packus_epi16(ab, cd);
+    const __m256i b =
+        std::is_signed_v<D> ? _mm256_packs_epi16(ab, cd) : _mm256_packus_epi16(ab, cd);
     r = _mm256_permutevar8x32_epi32(b, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
   } else {
     static_assert(K == 2);
@@ -251,8 +260,10 @@ NYX_INLINE void PackStore(const Vec<W> (&v)[K], D* p) {
 
 template <class T>
 NYX_INLINE Vec<T> MulAdd(Vec<T> a, Vec<T> b, Vec<T> c) {  // a * b + c, one rounding
-  if constexpr (std::is_same_v<T, float>) return {_mm256_fmadd_ps(a.raw, b.raw, c.raw)};
-  else return {_mm256_fmadd_pd(a.raw, b.raw, c.raw)};
+  if constexpr (std::is_same_v<T, float>)
+    return {_mm256_fmadd_ps(a.raw, b.raw, c.raw)};
+  else
+    return {_mm256_fmadd_pd(a.raw, b.raw, c.raw)};
 }
 template <class T>
 NYX_INLINE Lane<T> MulAdd(Lane<T> a, Lane<T> b, Lane<T> c) {
@@ -267,8 +278,10 @@ NYX_INLINE Lane<T> MulAdd(Lane<T> a, Lane<T> b, Lane<T> c) {
 // constant), whatever the control word says.
 template <int kMode, class T>
 NYX_INLINE Vec<T> RoundWith(Vec<T> x) {
-  if constexpr (std::is_same_v<T, float>) return {_mm256_round_ps(x.raw, kMode | _MM_FROUND_NO_EXC)};
-  else return {_mm256_round_pd(x.raw, kMode | _MM_FROUND_NO_EXC)};
+  if constexpr (std::is_same_v<T, float>)
+    return {_mm256_round_ps(x.raw, kMode | _MM_FROUND_NO_EXC)};
+  else
+    return {_mm256_round_pd(x.raw, kMode | _MM_FROUND_NO_EXC)};
 }
 template <int kMode, class T>
 NYX_INLINE Lane<T> RoundWith(Lane<T> x) {
@@ -291,8 +304,10 @@ NYX_INLINE V CopySign(V x, V s) {
 
 template <class T>
 NYX_INLINE Vec<T> Ge(Vec<T> a, Vec<T> b) {  // ordered: false with a NaN
-  if constexpr (std::is_same_v<T, float>) return {_mm256_cmp_ps(a.raw, b.raw, _CMP_GE_OQ)};
-  else return {_mm256_cmp_pd(a.raw, b.raw, _CMP_GE_OQ)};
+  if constexpr (std::is_same_v<T, float>)
+    return {_mm256_cmp_ps(a.raw, b.raw, _CMP_GE_OQ)};
+  else
+    return {_mm256_cmp_pd(a.raw, b.raw, _CMP_GE_OQ)};
 }
 template <class T>
 NYX_INLINE Lane<T> Ge(Lane<T> a, Lane<T> b) {
@@ -303,9 +318,12 @@ NYX_INLINE Lane<T> Ge(Lane<T> a, Lane<T> b) {
 template <class To, class From>
 NYX_INLINE Vec<To> BitCast(Vec<From> v) {
   static_assert(sizeof(To) == sizeof(From));
-  if constexpr (std::is_same_v<To, float> && !std::is_same_v<From, float>) return {_mm256_castsi256_ps(v.raw)};
-  else if constexpr (std::is_same_v<From, float> && !std::is_same_v<To, float>) return {_mm256_castps_si256(v.raw)};
-  else return {v.raw};
+  if constexpr (std::is_same_v<To, float> && !std::is_same_v<From, float>)
+    return {_mm256_castsi256_ps(v.raw)};
+  else if constexpr (std::is_same_v<From, float> && !std::is_same_v<To, float>)
+    return {_mm256_castps_si256(v.raw)};
+  else
+    return {v.raw};
 }
 template <class To, class From>
 NYX_INLINE Lane<To> BitCast(Lane<From> v) {

@@ -24,30 +24,78 @@ namespace {
 // Order of tests, expanded over the forms tables. `call(src, dst, step, roi)`
 // runs a form with both pointers and strides given.
 
-using Probe =
-    std::function<NyxStatus(bool src_null, bool dst_null, int src_step, int dst_step, NyxiSize roi)>;
+using Probe = std::function<NyxStatus(bool src_null, bool dst_null, int src_step, int dst_step,
+                                      NyxiSize roi)>;
 
 // C1 and AC4 forms: null, size, stride below 1.
 void ExpectNullSizeStride(const Probe& p, const std::string& what) {
   ExpectStatuses({
-      {what + " null src, zero width", [&] { return p(true, false, 64, 64, {0, 1}); }, nyxStsNullPtrErr},
-      {what + " null dst", [&] { return p(false, true, 0, 0, {1, 1}); }, nyxStsNullPtrErr},
-      {what + " zero height, zero stride", [&] { return p(false, false, 0, 0, {1, 0}); }, nyxStsSizeErr},
-      {what + " zero stride", [&] { return p(false, false, 0, 0, {1, 1}); }, nyxStsStepErr},
-      {what + " negative stride", [&] { return p(false, false, -64, -64, {1, 1}); }, nyxStsStepErr},
-      {what + " zero source stride", [&] { return p(false, false, 0, 64, {1, 1}); }, nyxStsStepErr},
-      {what + " zero destination stride", [&] { return p(false, false, 64, 0, {1, 1}); }, nyxStsStepErr},
-      {what + " fine", [&] { return p(false, false, 64, 64, {2, 2}); }, nyxStsNoErr},
+      {what + " null src, zero width",
+       [&] {
+         return p(true, false, 64, 64, {0, 1});
+       },
+       nyxStsNullPtrErr},
+      {what + " null dst",
+       [&] {
+         return p(false, true, 0, 0, {1, 1});
+       },
+       nyxStsNullPtrErr},
+      {what + " zero height, zero stride",
+       [&] {
+         return p(false, false, 0, 0, {1, 0});
+       },
+       nyxStsSizeErr},
+      {what + " zero stride",
+       [&] {
+         return p(false, false, 0, 0, {1, 1});
+       },
+       nyxStsStepErr},
+      {what + " negative stride",
+       [&] {
+         return p(false, false, -64, -64, {1, 1});
+       },
+       nyxStsStepErr},
+      {what + " zero source stride",
+       [&] {
+         return p(false, false, 0, 64, {1, 1});
+       },
+       nyxStsStepErr},
+      {what + " zero destination stride",
+       [&] {
+         return p(false, false, 64, 0, {1, 1});
+       },
+       nyxStsStepErr},
+      {what + " fine",
+       [&] {
+         return p(false, false, 64, 64, {2, 2});
+       },
+       nyxStsNoErr},
   });
 }
 
 // C3 and C4 forms test the width first, then run the C1 order.
 void ExpectRouted(const Probe& p, const std::string& what) {
   ExpectStatuses({
-      {what + " null, zero width", [&] { return p(true, true, 0, 0, {0, 1}); }, nyxStsSizeErr},
-      {what + " null, zero height", [&] { return p(true, false, 0, 0, {1, 0}); }, nyxStsNullPtrErr},
-      {what + " zero height", [&] { return p(false, false, 0, 0, {1, 0}); }, nyxStsSizeErr},
-      {what + " zero stride", [&] { return p(false, false, 0, 0, {1, 1}); }, nyxStsStepErr},
+      {what + " null, zero width",
+       [&] {
+         return p(true, true, 0, 0, {0, 1});
+       },
+       nyxStsSizeErr},
+      {what + " null, zero height",
+       [&] {
+         return p(true, false, 0, 0, {1, 0});
+       },
+       nyxStsNullPtrErr},
+      {what + " zero height",
+       [&] {
+         return p(false, false, 0, 0, {1, 0});
+       },
+       nyxStsSizeErr},
+      {what + " zero stride",
+       [&] {
+         return p(false, false, 0, 0, {1, 1});
+       },
+       nyxStsStepErr},
   });
 }
 
@@ -63,19 +111,19 @@ Probe MakeProbe(Fn fn, Extra... extra) {
 }
 
 TEST(ConvertFrame, OrderOfTestsConvert) {
-#define NYX_ORDER_PLAIN(S, D)                                                                 \
-  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R), #S #D "C1");      \
-  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_AC4R), #S #D "AC4");    \
-  ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R), #S #D "C3");              \
+#define NYX_ORDER_PLAIN(S, D)                                                              \
+  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R), #S #D "C1");   \
+  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_AC4R), #S #D "AC4"); \
+  ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R), #S #D "C3");           \
   ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C4R), #S #D "C4");
 #define NYX_ORDER_PLAIN_C1(S, D) \
   ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R), #S #D "C1");
-#define NYX_ORDER_ROUND(S, D)                                                                  \
-  for (NyxRoundMode m : {nyxRndZero, nyxRndNear, nyxRndFinancial}) {                           \
-    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, m), #S #D "C1");  \
+#define NYX_ORDER_ROUND(S, D)                                                                   \
+  for (NyxRoundMode m : {nyxRndZero, nyxRndNear, nyxRndFinancial}) {                            \
+    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, m), #S #D "C1");   \
     ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_AC4R, m), #S #D "AC4"); \
-    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R, m), #S #D "C3");          \
-    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C4R, m), #S #D "C4");          \
+    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R, m), #S #D "C3");           \
+    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C4R, m), #S #D "C4");           \
   }
   NYX_CONVERT_PLAIN_FORMS(NYX_ORDER_PLAIN)
   NYX_CONVERT_PLAIN_C1_FORMS(NYX_ORDER_PLAIN_C1)
@@ -83,18 +131,27 @@ TEST(ConvertFrame, OrderOfTestsConvert) {
 }
 
 TEST(ConvertFrame, OrderOfTestsScaleFactorForms) {
-#define NYX_ORDER_SFS(S, D)                                                                   \
-  {                                                                                          \
-    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, nyxRndNear, 40), \
-                         #S #D "Sfs");                                                        \
-    const Probe bad = MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs,                  \
-                                                static_cast<NyxRoundMode>(3), 40);            \
-    ExpectStatuses({{#S #D " mode 3", [&] { return bad(false, false, 64, 64, {1, 1}); },          \
-                     nyxStsNotSupportedModeErr},                                              \
-                    {#S #D " mode 3, stride", [&] { return bad(false, false, 0, 0, {1, 1}); },   \
-                     nyxStsStepErr},                                                          \
-                    {#S #D " mode 3, null", [&] { return bad(true, false, 64, 64, {1, 1}); },     \
-                     nyxStsNullPtrErr}});                                                     \
+#define NYX_ORDER_SFS(S, D)                                                                       \
+  {                                                                                               \
+    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, nyxRndNear, 40),  \
+                         #S #D "Sfs");                                                            \
+    const Probe bad =                                                                             \
+        MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, static_cast<NyxRoundMode>(3), 40); \
+    ExpectStatuses({{#S #D " mode 3",                                                             \
+                     [&] {                                                                        \
+                       return bad(false, false, 64, 64, {1, 1});                                  \
+                     },                                                                           \
+                     nyxStsNotSupportedModeErr},                                                  \
+                    {#S #D " mode 3, stride",                                                     \
+                     [&] {                                                                        \
+                       return bad(false, false, 0, 0, {1, 1});                                    \
+                     },                                                                           \
+                     nyxStsStepErr},                                                              \
+                    {#S #D " mode 3, null",                                                       \
+                     [&] {                                                                        \
+                       return bad(true, false, 64, 64, {1, 1});                                   \
+                     },                                                                           \
+                     nyxStsNullPtrErr}});                                                         \
   }
   NYX_CONVERT_SFS_FLOAT_FORMS(NYX_ORDER_SFS)
   NYX_CONVERT_SFS_INT_FORMS(NYX_ORDER_SFS)
@@ -107,34 +164,46 @@ TEST(ConvertFrame, OrderOfTestsScaleFactorForms) {
 }
 
 TEST(ConvertFrame, OrderOfTestsScale) {
-#define NYX_ORDER_SCALE_PLAIN(S, D)                                                       \
-  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R), #S #D "C1");    \
-  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R), #S #D "AC4");  \
-  ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R), #S #D "C3");            \
+#define NYX_ORDER_SCALE_PLAIN(S, D)                                                      \
+  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R), #S #D "C1");   \
+  ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R), #S #D "AC4"); \
+  ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R), #S #D "C3");           \
   ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R), #S #D "C4");
-#define NYX_ORDER_SCALE_HINT(S, D)                                                                \
-  for (NyxHintAlgorithm h : {nyxAlgHintFast, nyxAlgHintAccurate}) {                                \
-    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, h), #S #D "C1");       \
-    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, h), #S #D "AC4");     \
-    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R, h), #S #D "C3");               \
-    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R, h), #S #D "C4");               \
+#define NYX_ORDER_SCALE_HINT(S, D)                                                            \
+  for (NyxHintAlgorithm h : {nyxAlgHintFast, nyxAlgHintAccurate}) {                           \
+    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, h), #S #D "C1");   \
+    ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, h), #S #D "AC4"); \
+    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R, h), #S #D "C3");           \
+    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R, h), #S #D "C4");           \
   }
 #define NYX_ORDER_SCALE_RANGE(S, D)                                                              \
-  {                                                                                             \
+  {                                                                                              \
     ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, 0.0f, 1.0f), #S #D);  \
     ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, 0.0f, 1.0f), #S #D); \
-    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R, 0.0f, 1.0f), #S #D "C3");    \
-    const Probe c1 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, 1.0f, 1.0f);            \
-    const Probe ac4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, 2.0f, -1.0f);         \
-    const Probe c4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R, 2.0f, -1.0f);           \
-    ExpectStatuses({{#S #D " empty range first", [&] { return c1(true, true, 0, 0, {0, 0}); },     \
-                     nyxStsScaleRangeErr},                                                      \
-                    {#S #D " AC4 empty range first", [&] { return ac4(true, true, 0, 0, {0, 0}); }, \
-                     nyxStsScaleRangeErr},                                                      \
-                    {#S #D " C4 width before range", [&] { return c4(true, true, 0, 0, {0, 1}); }, \
-                     nyxStsSizeErr},                                                            \
-                    {#S #D " C4 empty range", [&] { return c4(true, true, 0, 0, {1, 1}); },        \
-                     nyxStsScaleRangeErr}});                                                    \
+    ExpectRouted(MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C3R, 0.0f, 1.0f), #S #D "C3");     \
+    const Probe c1 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, 1.0f, 1.0f);              \
+    const Probe ac4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_AC4R, 2.0f, -1.0f);           \
+    const Probe c4 = MakeProbe<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C4R, 2.0f, -1.0f);             \
+    ExpectStatuses({{#S #D " empty range first",                                                 \
+                     [&] {                                                                       \
+                       return c1(true, true, 0, 0, {0, 0});                                      \
+                     },                                                                          \
+                     nyxStsScaleRangeErr},                                                       \
+                    {#S #D " AC4 empty range first",                                             \
+                     [&] {                                                                       \
+                       return ac4(true, true, 0, 0, {0, 0});                                     \
+                     },                                                                          \
+                     nyxStsScaleRangeErr},                                                       \
+                    {#S #D " C4 width before range",                                             \
+                     [&] {                                                                       \
+                       return c4(true, true, 0, 0, {0, 1});                                      \
+                     },                                                                          \
+                     nyxStsSizeErr},                                                             \
+                    {#S #D " C4 empty range",                                                    \
+                     [&] {                                                                       \
+                       return c4(true, true, 0, 0, {1, 1});                                      \
+                     },                                                                          \
+                     nyxStsScaleRangeErr}});                                                     \
   }
   NYX_SCALE_WIDEN_FORMS(NYX_ORDER_SCALE_PLAIN)
   NYX_SCALE_HINT_FORMS(NYX_ORDER_SCALE_HINT)
@@ -143,20 +212,34 @@ TEST(ConvertFrame, OrderOfTestsScale) {
 
 TEST(ConvertFrame, OrderOfTestsScaleC) {
   // ScaleC puts its constants before the destination: adapt the argument order.
-#define NYX_SCALEC_PROBE_N(Name, S, D)                                                          \
+#define NYX_SCALEC_PROBE_N(Name, S, D)                                                         \
   ExpectNullSizeStride(                                                                        \
       [](bool sn, bool dn, int ss, int ds, NyxiSize roi) {                                     \
         return Name(sn ? nullptr : reinterpret_cast<const Nyx##S*>(g_src), ss, 2.0, 1.0,       \
-                    dn ? nullptr : reinterpret_cast<Nyx##D*>(g_dst), ds, roi,                  \
-                    nyxAlgHintFast);                                                           \
+                    dn ? nullptr : reinterpret_cast<Nyx##D*>(g_dst), ds, roi, nyxAlgHintFast); \
       },                                                                                       \
       #Name);
 #define NYX_SCALEC_PROBE(S, D) NYX_SCALEC_PROBE_N(nyxiScaleC_##S##D##_C1R, S, D)
-#define NYX_SCALEC_PROBE_SAME(T)                                                               \
+#define NYX_SCALEC_PROBE_SAME(T)                                                              \
   NYX_SCALEC_PROBE_N(nyxiScaleC_##T##_C1R, T, T)                                              \
-  ExpectStatuses({{#T " IR null", [] { return nyxiScaleC_##T##_C1IR(2.0, 0.0, nullptr, 0, {0, 0}, nyxAlgHintAccurate); }, nyxStsNullPtrErr}, \
-                  {#T " IR size", [] { return nyxiScaleC_##T##_C1IR(2.0, 0.0, reinterpret_cast<Nyx##T*>(g_dst), 0, {1, 0}, nyxAlgHintAccurate); }, nyxStsSizeErr}, \
-                  {#T " IR stride", [] { return nyxiScaleC_##T##_C1IR(2.0, 0.0, reinterpret_cast<Nyx##T*>(g_dst), 0, {1, 1}, nyxAlgHintAccurate); }, nyxStsStepErr}});
+  ExpectStatuses(                                                                             \
+      {{#T " IR null",                                                                        \
+        [] {                                                                                  \
+          return nyxiScaleC_##T##_C1IR(2.0, 0.0, nullptr, 0, {0, 0}, nyxAlgHintAccurate);     \
+        },                                                                                    \
+        nyxStsNullPtrErr},                                                                    \
+       {#T " IR size",                                                                        \
+        [] {                                                                                  \
+          return nyxiScaleC_##T##_C1IR(2.0, 0.0, reinterpret_cast<Nyx##T*>(g_dst), 0, {1, 0}, \
+                                       nyxAlgHintAccurate);                                   \
+        },                                                                                    \
+        nyxStsSizeErr},                                                                       \
+       {#T " IR stride",                                                                      \
+        [] {                                                                                  \
+          return nyxiScaleC_##T##_C1IR(2.0, 0.0, reinterpret_cast<Nyx##T*>(g_dst), 0, {1, 1}, \
+                                       nyxAlgHintAccurate);                                   \
+        },                                                                                    \
+        nyxStsStepErr}});
   NYX_SCALEC_PAIRS(NYX_SCALEC_PROBE)
   NYX_SCALEC_TYPES(NYX_SCALEC_PROBE_SAME)
 }
@@ -171,12 +254,12 @@ struct FloatPath {
   std::function<NyxStatus(bool fail)> call;
 };
 
-alignas(64) float g_f[16] = {2.5f, -2.5f, 3e9f, NAN, INFINITY, 1e-40f, 0.49999997f, 255.5f,
-                             -1e10f, 1.5f, 7.25f, 100.5f, 3.5f, -0.5f, 65535.5f, 12.5f};
-alignas(64) double g_d[16] = {2.5, -2.5, 3e9, NAN, INFINITY, 1e-300, 0.5, 255.5,
-                              -1e10, 1.5, 7.25, 100.5, 3.5, -0.5, 65535.5, 12.5};
-alignas(64) int32_t g_i[16] = {INT32_MIN, INT32_MAX, 16777217, -16777217, 16777219, 0, 1, -1,
-                               33554435, 5, 6, 7, 8, 9, 10, 11};
+alignas(64) float g_f[16] = {2.5f,   -2.5f, 3e9f,  NAN,    INFINITY, 1e-40f, 0.49999997f, 255.5f,
+                             -1e10f, 1.5f,  7.25f, 100.5f, 3.5f,     -0.5f,  65535.5f,    12.5f};
+alignas(64) double g_d[16] = {2.5,   -2.5, 3e9,  NAN,   INFINITY, 1e-300, 0.5,     255.5,
+                              -1e10, 1.5,  7.25, 100.5, 3.5,      -0.5,   65535.5, 12.5};
+alignas(64) int32_t g_i[16] = {INT32_MIN, INT32_MAX, 16777217, -16777217, 16777219, 0, 1,  -1,
+                               33554435,  5,         6,        7,         8,        9, 10, 11};
 alignas(64) uint8_t g_out[256];
 
 std::vector<FloatPath> FloatPaths() {
@@ -185,9 +268,8 @@ std::vector<FloatPath> FloatPaths() {
   const NyxiSize roi{4, 4};
   for (int mode : {0, 1, 2}) {
     const auto m = static_cast<NyxRoundMode>(mode);
-    v.push_back({"32f8u mode " + std::to_string(mode), [=](bool fail) {
-                   return nyxiConvert_32f8u_C1R(f(fail), 16, g_out, 4, roi, m);
-                 }});
+    v.push_back({"32f8u mode " + std::to_string(mode),
+                 [=](bool fail) { return nyxiConvert_32f8u_C1R(f(fail), 16, g_out, 4, roi, m); }});
     v.push_back({"32f16s AC4 mode " + std::to_string(mode), [=](bool fail) {
                    return nyxiConvert_32f16s_AC4R(f(fail), 16, reinterpret_cast<Nyx16s*>(g_out), 8,
                                                   {1, 4}, m);
@@ -200,8 +282,8 @@ std::vector<FloatPath> FloatPaths() {
                                                     16, roi, m, 1);
                  }});
     v.push_back({"64f16u Sfs mode " + std::to_string(mode), [=](bool fail) {
-                   return nyxiConvert_64f16u_C1RSfs(fail ? nullptr : g_d, 32,
-                                                    reinterpret_cast<Nyx16u*>(g_out), 8, roi, m, -2);
+                   return nyxiConvert_64f16u_C1RSfs(
+                       fail ? nullptr : g_d, 32, reinterpret_cast<Nyx16u*>(g_out), 8, roi, m, -2);
                  }});
   }
   v.push_back({"32s32f", [](bool fail) {
@@ -214,7 +296,8 @@ std::vector<FloatPath> FloatPaths() {
                }});
   v.push_back({"Scale 8u32f", [](bool fail) {
                  return nyxiScale_8u32f_C1R(fail ? nullptr : g_src, 4,
-                                            reinterpret_cast<Nyx32f*>(g_out), 16, {4, 4}, -1.0f, 3.0f);
+                                            reinterpret_cast<Nyx32f*>(g_out), 16, {4, 4}, -1.0f,
+                                            3.0f);
                }});
   v.push_back({"Scale 32f8u", [=](bool fail) {
                  return nyxiScale_32f8u_C1R(f(fail), 16, g_out, 4, {4, 4}, -3.0f, 300.0f);
@@ -223,10 +306,10 @@ std::vector<FloatPath> FloatPaths() {
                  return nyxiScale_16s8u_C1R(fail ? nullptr : reinterpret_cast<Nyx16s*>(g_i), 8,
                                             g_out, 4, {4, 4}, nyxAlgHintAccurate);
                }});
-  v.push_back({"Scale 32s8u accurate", [](bool fail) {
-                 return nyxiScale_32s8u_C1R(fail ? nullptr : g_i, 16, g_out, 4, {4, 4},
-                                            nyxAlgHintAccurate);
-               }});
+  v.push_back(
+      {"Scale 32s8u accurate", [](bool fail) {
+         return nyxiScale_32s8u_C1R(fail ? nullptr : g_i, 16, g_out, 4, {4, 4}, nyxAlgHintAccurate);
+       }});
   for (int hint : {1, 2}) {
     const auto h = static_cast<NyxHintAlgorithm>(hint);
     v.push_back({"ScaleC 32f8u hint " + std::to_string(hint), [=](bool fail) {
@@ -305,7 +388,8 @@ void CheckBinGray(NyxStatus (*to_gray)(const Nyx8u*, int, int, T*, int, NyxiSize
       // Back: samples above the threshold set bits; all other bits stay.
       PaddedImage<T> samples(width, height, 1);
       samples.FillRandom(rng);
-      const T threshold = static_cast<T>(std::is_floating_point_v<T> ? 0 : (std::is_signed_v<T> ? -5 : 100));
+      const T threshold =
+          static_cast<T>(std::is_floating_point_v<T> ? 0 : (std::is_signed_v<T> ? -5 : 100));
       samples.at(0, 0) = threshold;  // equal: the bit is cleared
       std::vector<Nyx8u> out(bits.size());
       for (auto& b : out) b = static_cast<Nyx8u>(rng());
@@ -320,10 +404,14 @@ void CheckBinGray(NyxStatus (*to_gray)(const Nyx8u*, int, int, T*, int, NyxiSize
           int want = (before[y * step + k / 8] >> (k % 8)) & 1;
           if (y < height && x >= 0 && x < width) {
             const T s = samples.at(x, y);
-            if constexpr (std::is_floating_point_v<T>) want = s > threshold;
-            else want = static_cast<std::make_unsigned_t<T>>(s) > static_cast<std::make_unsigned_t<T>>(threshold);
+            if constexpr (std::is_floating_point_v<T>)
+              want = s > threshold;
+            else
+              want = static_cast<std::make_unsigned_t<T>>(s) >
+                     static_cast<std::make_unsigned_t<T>>(threshold);
           }
-          ASSERT_EQ(got, want) << "width " << width << " offset " << offset << " y " << y << " k " << k;
+          ASSERT_EQ(got, want) << "width " << width << " offset " << offset << " y " << y << " k "
+                               << k;
         }
       }
     }
@@ -331,19 +419,52 @@ void CheckBinGray(NyxStatus (*to_gray)(const Nyx8u*, int, int, T*, int, NyxiSize
   Nyx8u b = 0;
   T g{};
   ExpectStatuses({
-      {"to gray null", [&] { return to_gray(nullptr, 1, -1, &g, 0, {0, 1}, lo, hi); }, nyxStsNullPtrErr},
-      {"to gray size", [&] { return to_gray(&b, 0, -1, &g, 0, {1, 0}, lo, hi); }, nyxStsSizeErr},
-      {"to gray stride", [&] { return to_gray(&b, 0, -1, &g, 4, {1, 1}, lo, hi); }, nyxStsStepErr},
-      {"to gray offset", [&] { return to_gray(&b, 1, -1, &g, 4, {1, 1}, lo, hi); }, nyxStsSizeErr},
-      {"to bin null", [&] { return to_bin(&g, 4, nullptr, 1, -1, {0, 1}, lo); }, nyxStsNullPtrErr},
-      {"to bin size", [&] { return to_bin(&g, 0, &b, 1, -1, {0, 1}, lo); }, nyxStsSizeErr},
-      {"to bin stride", [&] { return to_bin(&g, 4, &b, -1, -1, {1, 1}, lo); }, nyxStsStepErr},
-      {"to bin offset", [&] { return to_bin(&g, 4, &b, 1, -1, {1, 1}, lo); }, nyxStsSizeErr},
+      {"to gray null",
+       [&] {
+         return to_gray(nullptr, 1, -1, &g, 0, {0, 1}, lo, hi);
+       },
+       nyxStsNullPtrErr},
+      {"to gray size",
+       [&] {
+         return to_gray(&b, 0, -1, &g, 0, {1, 0}, lo, hi);
+       },
+       nyxStsSizeErr},
+      {"to gray stride",
+       [&] {
+         return to_gray(&b, 0, -1, &g, 4, {1, 1}, lo, hi);
+       },
+       nyxStsStepErr},
+      {"to gray offset",
+       [&] {
+         return to_gray(&b, 1, -1, &g, 4, {1, 1}, lo, hi);
+       },
+       nyxStsSizeErr},
+      {"to bin null",
+       [&] {
+         return to_bin(&g, 4, nullptr, 1, -1, {0, 1}, lo);
+       },
+       nyxStsNullPtrErr},
+      {"to bin size",
+       [&] {
+         return to_bin(&g, 0, &b, 1, -1, {0, 1}, lo);
+       },
+       nyxStsSizeErr},
+      {"to bin stride",
+       [&] {
+         return to_bin(&g, 4, &b, -1, -1, {1, 1}, lo);
+       },
+       nyxStsStepErr},
+      {"to bin offset",
+       [&] {
+         return to_bin(&g, 4, &b, 1, -1, {1, 1}, lo);
+       },
+       nyxStsSizeErr},
   });
 }
 
 TEST(BinGray, RoundTripAndKeptBits) {
-#define NYX_TEST_BINGRAY(T) CheckBinGray<Nyx##T>(nyxiBinToGray_1u##T##_C1R, nyxiGrayToBin_##T##1u_C1R);
+#define NYX_TEST_BINGRAY(T) \
+  CheckBinGray<Nyx##T>(nyxiBinToGray_1u##T##_C1R, nyxiGrayToBin_##T##1u_C1R);
   NYX_BINGRAY_FORMS(NYX_TEST_BINGRAY)
   const Nyx8u eq = 10;
   Nyx8u bit = 0xFF;

@@ -38,14 +38,57 @@ bool SameValue(T a, T b) {
 inline std::vector<float> FloatSpecials() {
   const float inf = std::numeric_limits<float>::infinity();
   const float nan = std::numeric_limits<float>::quiet_NaN();
-  std::vector<float> v = {0.0f, -0.0f, nan, -nan, inf, -inf, 0.5f, -0.5f, 1.5f, -1.5f, 2.5f,
-                          -2.5f, 3.5f, -0.4f, 0.49999997f, -0.49999997f, 1.0f, 1.0000001f,
-                          0.99999994f, 126.5f, 127.5f, 127.49999f, -128.5f, -128.49998f, 128.0f,
-                          254.5f, 255.5f, 255.49998f, 256.0f, -1.0f, 32767.5f, 32766.5f,
-                          -32768.5f, -32767.5f, 65534.5f, 65535.5f, 65535.496f, 65536.0f,
-                          8388607.5f, 16777216.0f, 2147483520.0f, 2147483648.0f, -2147483648.0f,
-                          -2147483904.0f, 3e9f, -3e9f, 4294967040.0f, 4294967296.0f, 1e30f,
-                          -1e30f, std::numeric_limits<float>::max(),
+  std::vector<float> v = {0.0f,
+                          -0.0f,
+                          nan,
+                          -nan,
+                          inf,
+                          -inf,
+                          0.5f,
+                          -0.5f,
+                          1.5f,
+                          -1.5f,
+                          2.5f,
+                          -2.5f,
+                          3.5f,
+                          -0.4f,
+                          0.49999997f,
+                          -0.49999997f,
+                          1.0f,
+                          1.0000001f,
+                          0.99999994f,
+                          126.5f,
+                          127.5f,
+                          127.49999f,
+                          -128.5f,
+                          -128.49998f,
+                          128.0f,
+                          254.5f,
+                          255.5f,
+                          255.49998f,
+                          256.0f,
+                          -1.0f,
+                          32767.5f,
+                          32766.5f,
+                          -32768.5f,
+                          -32767.5f,
+                          65534.5f,
+                          65535.5f,
+                          65535.496f,
+                          65536.0f,
+                          8388607.5f,
+                          16777216.0f,
+                          2147483520.0f,
+                          2147483648.0f,
+                          -2147483648.0f,
+                          -2147483904.0f,
+                          3e9f,
+                          -3e9f,
+                          4294967040.0f,
+                          4294967296.0f,
+                          1e30f,
+                          -1e30f,
+                          std::numeric_limits<float>::max(),
                           std::numeric_limits<float>::lowest(),
                           std::numeric_limits<float>::denorm_min(),
                           -std::numeric_limits<float>::denorm_min(),
@@ -63,19 +106,40 @@ std::vector<T> InputsOf(std::mt19937& rng, size_t random_count = 4000) {
     }
   } else if constexpr (std::is_integral_v<T>) {
     const int64_t lo = std::numeric_limits<T>::min(), hi = std::numeric_limits<T>::max();
-    for (int64_t e : {lo, lo + 1, hi, hi - 1, int64_t{0}, int64_t{1}, int64_t{-1}, int64_t{127},
-                      int64_t{128}, int64_t{255}, int64_t{256}, int64_t{-128}, int64_t{-129},
-                      int64_t{32767}, int64_t{32768}, int64_t{-32768}, int64_t{-32769},
-                      int64_t{65535}, int64_t{65536}, int64_t{16777217}, int64_t{-16777217},
-                      int64_t{0x7fffff80}, int64_t{0x80000000}, int64_t{0xffffff7f}}) {
+    for (int64_t e : {lo,
+                      lo + 1,
+                      hi,
+                      hi - 1,
+                      int64_t{0},
+                      int64_t{1},
+                      int64_t{-1},
+                      int64_t{127},
+                      int64_t{128},
+                      int64_t{255},
+                      int64_t{256},
+                      int64_t{-128},
+                      int64_t{-129},
+                      int64_t{32767},
+                      int64_t{32768},
+                      int64_t{-32768},
+                      int64_t{-32769},
+                      int64_t{65535},
+                      int64_t{65536},
+                      int64_t{16777217},
+                      int64_t{-16777217},
+                      int64_t{0x7fffff80},
+                      int64_t{0x80000000},
+                      int64_t{0xffffff7f}}) {
       if (e >= lo && e <= hi) v.push_back(static_cast<T>(e));
     }
     std::uniform_int_distribution<int64_t> d(lo, hi);
     std::uniform_int_distribution<int> bits(0, 31);
     for (size_t i = 0; i < random_count; ++i) {
       // Half spread over the range, half of every magnitude.
-      if (i & 1) v.push_back(static_cast<T>(d(rng)));
-      else v.push_back(static_cast<T>(d(rng) >> bits(rng)));
+      if (i & 1)
+        v.push_back(static_cast<T>(d(rng)));
+      else
+        v.push_back(static_cast<T>(d(rng) >> bits(rng)));
     }
   } else {
     for (float f : FloatSpecials()) v.push_back(static_cast<T>(f));
@@ -126,8 +190,8 @@ std::vector<D> RunPadded(const ImageCall<S, D>& call, const std::vector<S>& valu
 // The same on contiguous rows (strides equal to the row bytes), so that rows
 // merge into one.
 template <class S, class D>
-std::vector<D> RunContiguous(const ImageCall<S, D>& call, const std::vector<S>& values,
-                             int width, int height) {
+std::vector<D> RunContiguous(const ImageCall<S, D>& call, const std::vector<S>& values, int width,
+                             int height) {
   std::vector<S> src(static_cast<size_t>(width) * height);
   for (size_t i = 0; i < src.size(); ++i) src[i] = values[i % values.size()];
   std::vector<D> dst(src.size() + 8, D(7));

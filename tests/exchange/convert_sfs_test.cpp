@@ -29,12 +29,16 @@ ImageCall<S, D> Bind(SfsFn<S, D> fn, int mode, int sf) {
 
 template <class S, class D>
 D SfsModel(S x, int sf, int mode) {
-  if constexpr (std::is_same_v<S, float>) return ref::ConvertFloatSfs<D>(x, sf, mode);
-  else if constexpr (std::is_same_v<S, double>) return ref::ConvertDoubleSfs<D>(x, sf, mode);
+  if constexpr (std::is_same_v<S, float>)
+    return ref::ConvertFloatSfs<D>(x, sf, mode);
+  else if constexpr (std::is_same_v<S, double>)
+    return ref::ConvertDoubleSfs<D>(x, sf, mode);
   // 32s16s from scale factor 32 is a fill of zeros (the rule would give -1
   // for -2^31 in mode 2).
-  else if (std::is_same_v<S, Nyx32s> && std::is_same_v<D, Nyx16s> && sf >= 32) return 0;
-  else return ref::ConvertIntSfs<D>(x, sf, mode);
+  else if (std::is_same_v<S, Nyx32s> && std::is_same_v<D, Nyx16s> && sf >= 32)
+    return 0;
+  else
+    return ref::ConvertIntSfs<D>(x, sf, mode);
 }
 
 template <class S>
@@ -44,7 +48,8 @@ std::vector<int> ScaleFactorsFor() {
   } else if constexpr (std::is_same_v<S, double>) {
     return {-40, -16, -3, -1, 0, 1, 2, 5, 8, 16, 31, 40};
   } else {
-    std::vector<int> v = {INT_MIN + 1, -70, -64, -40, -33, -32, -31, 31, 32, 33, 40, 64, 70, INT_MAX};
+    std::vector<int> v = {INT_MIN + 1, -70, -64, -40, -33, -32, -31,
+                          31,          32,  33,  40,  64,  70,  INT_MAX};
     for (int sf = -18; sf <= 18; ++sf) v.push_back(sf);
     return v;
   }
@@ -85,13 +90,9 @@ void CheckSfsForm(SfsFn<S, D> fn, const std::string& what) {
 
 #define NYX_TEST_SFS(S, D) CheckSfsForm<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, #S #D);
 
-TEST(ConvertSfs, IntegerSourcesEveryValueScaleAndMode) {
-  NYX_CONVERT_SFS_INT_FORMS(NYX_TEST_SFS)
-}
+TEST(ConvertSfs, IntegerSourcesEveryValueScaleAndMode){NYX_CONVERT_SFS_INT_FORMS(NYX_TEST_SFS)}
 
-TEST(ConvertSfs, FloatSourcesSpecialsScalesAndModes) {
-  NYX_CONVERT_SFS_FLOAT_FORMS(NYX_TEST_SFS)
-}
+TEST(ConvertSfs, FloatSourcesSpecialsScalesAndModes){NYX_CONVERT_SFS_FLOAT_FORMS(NYX_TEST_SFS)}
 
 TEST(ConvertSfs, KnownValues) {
   const Nyx16u one = 1;
@@ -146,19 +147,20 @@ TEST(ConvertSfs, OddMergeOfTwoForms) {
   for (int i = 0; i < w * h; ++i) EXPECT_EQ(dst8[i], ref::ConvertIntSfs<Nyx8s>(src8[i], 0, 1)) << i;
   // The same stride with a padded destination walks rows of the stride.
   std::vector<Nyx8s> padded(2 * w * h, 0);
-  ASSERT_EQ(nyxiConvert_8u8s_C1RSfs(src8.data(), 4 * w, padded.data(), 2 * w, {w, h}, nyxRndNear,
-                                    0),
-            nyxStsNoErr);
+  ASSERT_EQ(
+      nyxiConvert_8u8s_C1RSfs(src8.data(), 4 * w, padded.data(), 2 * w, {w, h}, nyxRndNear, 0),
+      nyxStsNoErr);
   for (int y = 0; y < h; ++y) {
-    for (int x = 0; x < w; ++x) EXPECT_EQ(padded[y * 2 * w + x], ref::ConvertIntSfs<Nyx8s>(src8[y * 4 * w + x], 0, 1));
+    for (int x = 0; x < w; ++x)
+      EXPECT_EQ(padded[y * 2 * w + x], ref::ConvertIntSfs<Nyx8s>(src8[y * 4 * w + x], 0, 1));
   }
   // 16u16s: source stride 4 * w bytes is two rows of samples.
   std::vector<Nyx16u> src16(2 * w * h);
   for (size_t i = 0; i < src16.size(); ++i) src16[i] = static_cast<Nyx16u>(i * 5000);
   std::vector<Nyx16s> dst16(w * h, 0);
-  ASSERT_EQ(nyxiConvert_16u16s_C1RSfs(src16.data(), 4 * w, dst16.data(), 2 * w, {w, h}, nyxRndNear,
-                                      1),
-            nyxStsNoErr);
+  ASSERT_EQ(
+      nyxiConvert_16u16s_C1RSfs(src16.data(), 4 * w, dst16.data(), 2 * w, {w, h}, nyxRndNear, 1),
+      nyxStsNoErr);
   for (int i = 0; i < w * h; ++i) {
     EXPECT_EQ(dst16[i], ref::ConvertIntSfs<Nyx16s>(src16[i], 1, 1)) << i;
   }

@@ -1,5 +1,7 @@
 // nyxiConvert without a scale factor: exact widening, saturating narrowing,
 // signed to unsigned, float to integer in every rounding mode.
+#include "tests/support/ref/convert.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,7 +13,6 @@
 #include "exchange/convert_forms.h"
 #include "nyx.h"
 #include "tests/exchange/convert_harness.h"
-#include "tests/support/ref/convert.h"
 
 namespace nyx::test {
 namespace {
@@ -61,23 +62,21 @@ void CheckLayouts(const ImageCall<S, D>& c3, const ImageCall<S, D>& c4, const Im
   }
 }
 
-#define NYX_TEST_PLAIN(S, D)                                                              \
-  CheckC1<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, ExactModel<Nyx##S, Nyx##D>, #S #D);   \
-  CheckLayouts<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R, nyxiConvert_##S##D##_C4R,         \
+#define NYX_TEST_PLAIN(S, D)                                                            \
+  CheckC1<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, ExactModel<Nyx##S, Nyx##D>, #S #D); \
+  CheckLayouts<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C3R, nyxiConvert_##S##D##_C4R,      \
                                nyxiConvert_##S##D##_AC4R, ExactModel<Nyx##S, Nyx##D>, #S #D);
 #define NYX_TEST_PLAIN_C1(S, D) \
   CheckC1<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, ExactModel<Nyx##S, Nyx##D>, #S #D);
 
-TEST(Convert, WideningAndNarrowingEveryValue) {
-  NYX_CONVERT_PLAIN_FORMS(NYX_TEST_PLAIN)
-  NYX_CONVERT_PLAIN_C1_FORMS(NYX_TEST_PLAIN_C1)
-}
+TEST(Convert, WideningAndNarrowingEveryValue){NYX_CONVERT_PLAIN_FORMS(NYX_TEST_PLAIN)
+                                                  NYX_CONVERT_PLAIN_C1_FORMS(NYX_TEST_PLAIN_C1)}
+#define NYX_TEST_RS(S, D)                                                                     \
+  CheckC1<Nyx##S, Nyx##D>(                                                                    \
+      nyxiConvert_##S##D##_C1Rs, [](Nyx##S x) { return static_cast<Nyx##D>(x < 0 ? 0 : x); }, \
+      #S #D);
 
-#define NYX_TEST_RS(S, D)                                                                  \
-  CheckC1<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1Rs,                                       \
-                          [](Nyx##S x) { return static_cast<Nyx##D>(x < 0 ? 0 : x); }, #S #D);
-
-TEST(Convert, SignedToUnsignedEveryValue) { NYX_CONVERT_RS_FORMS(NYX_TEST_RS) }
+TEST(Convert, SignedToUnsignedEveryValue){NYX_CONVERT_RS_FORMS(NYX_TEST_RS)}
 
 TEST(Convert, SignedToUnsignedHasNoStrideTest) {
   const Nyx8s src[2] = {-1, 5};
@@ -111,11 +110,11 @@ void CheckRoundForm(NyxStatus (*c1)(const Nyx32f*, int, D*, int, NyxiSize, NyxRo
   }
 }
 
-#define NYX_TEST_ROUND(S, D)                                                              \
-  CheckRoundForm<Nyx##D>(nyxiConvert_##S##D##_C1R, nyxiConvert_##S##D##_C3R,               \
+#define NYX_TEST_ROUND(S, D)                                                 \
+  CheckRoundForm<Nyx##D>(nyxiConvert_##S##D##_C1R, nyxiConvert_##S##D##_C3R, \
                          nyxiConvert_##S##D##_C4R, nyxiConvert_##S##D##_AC4R, #S #D);
 
-TEST(Convert, FloatToIntegerEveryModeAndSpecial) { NYX_CONVERT_ROUND_FORMS(NYX_TEST_ROUND) }
+TEST(Convert, FloatToIntegerEveryModeAndSpecial){NYX_CONVERT_ROUND_FORMS(NYX_TEST_ROUND)}
 
 // The cases a user meets first, stated as numbers.
 TEST(Convert, FloatToIntegerKnownValues) {

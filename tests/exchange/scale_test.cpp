@@ -22,26 +22,34 @@ namespace {
 template <class D>
 D ScaleWidenModel(Nyx8u x) {
   const uint32_t r16 = (uint32_t{x} << 8) | x;
-  if constexpr (std::is_same_v<D, Nyx16u>) return static_cast<Nyx16u>(r16);
-  else if constexpr (std::is_same_v<D, Nyx16s>) return static_cast<Nyx16s>(static_cast<int32_t>(r16) - 32768);
-  else return static_cast<Nyx32s>((uint32_t{x} * 0x01010101u) ^ 0x80000000u);
+  if constexpr (std::is_same_v<D, Nyx16u>)
+    return static_cast<Nyx16u>(r16);
+  else if constexpr (std::is_same_v<D, Nyx16s>)
+    return static_cast<Nyx16s>(static_cast<int32_t>(r16) - 32768);
+  else
+    return static_cast<Nyx32s>((uint32_t{x} * 0x01010101u) ^ 0x80000000u);
 }
 
-inline int RoundHalfEvenInt(double v) { return static_cast<int>(ref::RoundMode(v, ref::kNearestEven)); }
+inline int RoundHalfEvenInt(double v) {
+  return static_cast<int>(ref::RoundMode(v, ref::kNearestEven));
+}
 
 template <class S>
 Nyx8u ScaleNarrowModel(S x, bool accurate) {
   if (!accurate) {
     // Floor division by 256 written out (an arithmetic shift of a negative
     // value rounds down).
-    auto shr = [](int64_t v, int k) { return static_cast<int64_t>(std::floor(std::ldexp(static_cast<double>(v), -k))); };
+    auto shr = [](int64_t v, int k) {
+      return static_cast<int64_t>(std::floor(std::ldexp(static_cast<double>(v), -k)));
+    };
     int64_t v = x;
     if constexpr (std::is_same_v<S, Nyx16u>) v -= 32768;
     const int k = std::is_same_v<S, Nyx32s> ? 24 : 8;
     return static_cast<Nyx8u>(shr(v - shr(v, 8), k) + 128);
   }
   if constexpr (std::is_same_v<S, Nyx32s>) {
-    const double y = static_cast<double>(x) * (255.0 / 4294967295.0) + 255.0 * 2147483648.0 / 4294967295.0;
+    const double y =
+        static_cast<double>(x) * (255.0 / 4294967295.0) + 255.0 * 2147483648.0 / 4294967295.0;
     return ref::SaturateValue<Nyx8u>(RoundHalfEvenInt(y));
   } else {
     const float bias = std::is_same_v<S, Nyx16s> ? 32768.0f : 0.0f;
@@ -52,7 +60,8 @@ Nyx8u ScaleNarrowModel(S x, bool accurate) {
 
 template <class S, class D, class Fn, class... Extra>
 ImageCall<S, D> BindScale(Fn fn, Extra... extra) {
-  return [=](const S* s, int ss, D* d, int ds, NyxiSize r) { return fn(s, ss, d, ds, r, extra...); };
+  return
+      [=](const S* s, int ss, D* d, int ds, NyxiSize r) { return fn(s, ss, d, ds, r, extra...); };
 }
 
 template <class S, class D, class Model, class Fn, class... Extra>
@@ -63,16 +72,17 @@ void CheckScaleForm(Fn c1, Fn c3, Fn c4, Fn ac4, Model model, const std::string&
   const int width = in.size() > 4096 ? 256 : 37;
   const int height = static_cast<int>((in.size() + width - 1) / width);
   std::vector<S> used;
-  ExpectModel(used, RunPadded(BindScale<S, D>(c1, extra...), in, width, height, 1, false, &used, rng),
+  ExpectModel(used,
+              RunPadded(BindScale<S, D>(c1, extra...), in, width, height, 1, false, &used, rng),
               model, what + " C1");
   ExpectModel(in, RunContiguous(BindScale<S, D>(c1, extra...), in, static_cast<int>(in.size()), 1),
               model, what + " merged");
-  ExpectModel(used, RunPadded(BindScale<S, D>(c3, extra...), in, 11, 4, 3, false, &used, rng), model,
-              what + " C3");
-  ExpectModel(used, RunPadded(BindScale<S, D>(c4, extra...), in, 11, 4, 4, false, &used, rng), model,
-              what + " C4");
-  ExpectModel(used, RunPadded(BindScale<S, D>(ac4, extra...), in, 11, 4, 4, true, &used, rng), model,
-              what + " AC4", true);
+  ExpectModel(used, RunPadded(BindScale<S, D>(c3, extra...), in, 11, 4, 3, false, &used, rng),
+              model, what + " C3");
+  ExpectModel(used, RunPadded(BindScale<S, D>(c4, extra...), in, 11, 4, 4, false, &used, rng),
+              model, what + " C4");
+  ExpectModel(used, RunPadded(BindScale<S, D>(ac4, extra...), in, 11, 4, 4, true, &used, rng),
+              model, what + " AC4", true);
 }
 
 #define NYX_SCALE_FNS(S, D) \
@@ -85,11 +95,11 @@ TEST(Scale, WideningEveryValue) {
 }
 
 TEST(Scale, NarrowingEveryValueBothPaths) {
-#define NYX_TEST_SCALE_HINT(S, D)                                                             \
-  for (int hint : {0, 1, 2, 3}) {                                                             \
-    CheckScaleForm<Nyx##S, Nyx##D>(                                                           \
+#define NYX_TEST_SCALE_HINT(S, D)                                                                 \
+  for (int hint : {0, 1, 2, 3}) {                                                                 \
+    CheckScaleForm<Nyx##S, Nyx##D>(                                                               \
         NYX_SCALE_FNS(S, D), [hint](Nyx##S x) { return ScaleNarrowModel<Nyx##S>(x, hint == 2); }, \
-        #S #D " hint " + std::to_string(hint), static_cast<NyxHintAlgorithm>(hint));          \
+        #S #D " hint " + std::to_string(hint), static_cast<NyxHintAlgorithm>(hint));              \
   }
   NYX_SCALE_HINT_FORMS(NYX_TEST_SCALE_HINT)
 }
@@ -165,9 +175,12 @@ D ScaleCModel(S x, double m, double a, bool accurate) {
   }
   if (accurate) return FromSum<D>(std::fma(AsDouble(x), m, a));
   const float y = std::fma(static_cast<float>(x), static_cast<float>(m), static_cast<float>(a));
-  if constexpr (std::is_same_v<D, double>) return static_cast<double>(y);
-  else if constexpr (std::is_same_v<D, float>) return y;
-  else return FromSum<D>(y);
+  if constexpr (std::is_same_v<D, double>)
+    return static_cast<double>(y);
+  else if constexpr (std::is_same_v<D, float>)
+    return y;
+  else
+    return FromSum<D>(y);
 }
 
 template <class S, class D>
@@ -251,7 +264,10 @@ TEST(ScaleC, IdentityIsACopy) {
 TEST(ScaleC, CallerRoundingModeStands) {
   const float src[4] = {1.25f, -1.25f, 2.5f, 1e10f};
   for (unsigned mode : {0x0000u, 0x2000u, 0x4000u, 0x6000u}) {
-    const int fe = mode == 0 ? FE_TONEAREST : mode == 0x2000 ? FE_DOWNWARD : mode == 0x4000 ? FE_UPWARD : FE_TOWARDZERO;
+    const int fe = mode == 0        ? FE_TONEAREST
+                   : mode == 0x2000 ? FE_DOWNWARD
+                   : mode == 0x4000 ? FE_UPWARD
+                                    : FE_TOWARDZERO;
     std::fesetround(fe);
     Nyx16s want[4];
     for (int i = 0; i < 4; ++i) want[i] = ScaleCModel<float, Nyx16s>(src[i], 2.0, 0.0, i % 2 == 0);
@@ -260,8 +276,10 @@ TEST(ScaleC, CallerRoundingModeStands) {
     Nyx16s got[4];
     {
       CallerMxcsr caller(word);
-      ASSERT_EQ(nyxiScaleC_32f16s_C1R(src, 8, 2.0, 0.0, got, 4, {1, 2}, nyxAlgHintAccurate), nyxStsNoErr);
-      ASSERT_EQ(nyxiScaleC_32f16s_C1R(src + 1, 8, 2.0, 0.0, got + 1, 4, {1, 2}, nyxAlgHintFast), nyxStsNoErr);
+      ASSERT_EQ(nyxiScaleC_32f16s_C1R(src, 8, 2.0, 0.0, got, 4, {1, 2}, nyxAlgHintAccurate),
+                nyxStsNoErr);
+      ASSERT_EQ(nyxiScaleC_32f16s_C1R(src + 1, 8, 2.0, 0.0, got + 1, 4, {1, 2}, nyxAlgHintFast),
+                nyxStsNoErr);
       EXPECT_EQ(_mm_getcsr(), word);
     }
     for (int i = 0; i < 4; ++i) EXPECT_EQ(got[i], want[i]) << i << " mode " << mode;

@@ -77,8 +77,10 @@ T ConvertFloat(float x, unsigned mode) {
   }
   const double r = RoundMode(x, mode == 0 ? kTowardZero : kNearestEven);
   T out;
-  if (std::isnan(r) || r < -2147483648.0 || r > 2147483647.0) out = std::numeric_limits<T>::min();
-  else out = SaturateValue<T>(r);
+  if (std::isnan(r) || r < -2147483648.0 || r > 2147483647.0)
+    out = std::numeric_limits<T>::min();
+  else
+    out = SaturateValue<T>(r);
   const uint32_t bits = FloatBits(x);
   if (out == std::numeric_limits<T>::min() && bits >= 0x3F800001u && bits <= 0x7F7FFFFFu) {
     out = std::numeric_limits<T>::max();
