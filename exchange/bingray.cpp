@@ -28,15 +28,15 @@ template <class T>
 void BitsToSamples(const uint8_t* s, unsigned bit, T* d, size_t n, T lo, T hi) {
   size_t i = 0;
   for (; i < n && bit != 0; ++i, bit = (bit + 1) & 7) {
-    d[i] = (*s >> bit) & 1 ? hi : lo;
+    avx2::StoreOne((*s >> bit) & 1 ? hi : lo, d + i);
     if (bit == 7) ++s;
   }
   // Whole bytes: eight samples each.
   for (; i + 8 <= n; i += 8, ++s) {
     const unsigned byte = *s;
-    for (unsigned k = 0; k < 8; ++k) d[i + k] = (byte >> k) & 1 ? hi : lo;
+    for (unsigned k = 0; k < 8; ++k) avx2::StoreOne((byte >> k) & 1 ? hi : lo, d + i + k);
   }
-  for (unsigned k = 0; i < n; ++i, ++k) d[i] = (*s >> k) & 1 ? hi : lo;
+  for (unsigned k = 0; i < n; ++i, ++k) avx2::StoreOne((*s >> k) & 1 ? hi : lo, d + i);
 }
 
 template <class T>
@@ -57,20 +57,20 @@ void SamplesToBits(const T* s, uint8_t* d, unsigned bit, size_t n, T threshold) 
     unsigned byte = *d;
     for (; i < n && bit < 8; ++i, ++bit) {
       const unsigned m = 1u << bit;
-      byte = Above(s[i], threshold) ? (byte | m) : (byte & ~m);
+      byte = Above(avx2::LoadOne(s + i), threshold) ? (byte | m) : (byte & ~m);
     }
     *d++ = static_cast<uint8_t>(byte);
   }
   for (; i + 8 <= n; i += 8) {
     unsigned byte = 0;
-    for (unsigned k = 0; k < 8; ++k) byte |= static_cast<unsigned>(Above(s[i + k], threshold)) << k;
+    for (unsigned k = 0; k < 8; ++k) byte |= static_cast<unsigned>(Above(avx2::LoadOne(s + i + k), threshold)) << k;
     *d++ = static_cast<uint8_t>(byte);
   }
   if (i < n) {  // the last byte keeps its bits from n onwards
     unsigned byte = *d;
     for (unsigned k = 0; i < n; ++i, ++k) {
       const unsigned m = 1u << k;
-      byte = Above(s[i], threshold) ? (byte | m) : (byte & ~m);
+      byte = Above(avx2::LoadOne(s + i), threshold) ? (byte | m) : (byte & ~m);
     }
     *d = static_cast<uint8_t>(byte);
   }

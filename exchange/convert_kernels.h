@@ -294,9 +294,9 @@ void FixTooLargeRow(const float* s, D* d, size_t n, Same) {
   constexpr uint32_t kFirst = 0x3F800001u, kLast = 0x7F7FFFFFu;
   for (size_t i = 0; i < n; ++i) {
     if (kAlpha && (i & 3) == 3) continue;
-    const uint32_t bits = std::bit_cast<uint32_t>(s[i]);
-    if (d[i] == std::numeric_limits<D>::min() && bits - kFirst <= kLast - kFirst) {
-      d[i] = std::numeric_limits<D>::max();
+    const uint32_t bits = std::bit_cast<uint32_t>(LoadOne(s + i));
+    if (LoadOne(d + i) == std::numeric_limits<D>::min() && bits - kFirst <= kLast - kFirst) {
+      StoreOne(std::numeric_limits<D>::max(), d + i);
     }
   }
 }

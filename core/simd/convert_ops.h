@@ -33,6 +33,21 @@ template <class V>
 inline constexpr bool kIsLane = std::is_same_v<V, Lane<typename V::Sample>>;
 
 // ---------------------------------------------------------------------------
+// One sample at any address: rows may start at any byte (a stride need not be
+// a multiple of the sample size).
+
+template <class T>
+NYX_INLINE T LoadOne(const T* p) {
+  T v;
+  __builtin_memcpy(&v, p, sizeof v);
+  return v;
+}
+template <class T>
+NYX_INLINE void StoreOne(T v, T* p) {
+  __builtin_memcpy(p, &v, sizeof v);
+}
+
+// ---------------------------------------------------------------------------
 // Scalar conversions with the semantics of the vector instructions.
 
 // float or double to int32 in the current rounding mode; out of range or NaN
@@ -80,13 +95,13 @@ template <template <class> class V, class W, class S>
 NYX_INLINE V<W> LoadAs(const S* p) {
   if constexpr (kIsLane<V<W>>) {
     if constexpr (std::is_integral_v<W> && sizeof(W) == sizeof(S)) {
-      return {static_cast<W>(BitsOf(*p))};
+      return {static_cast<W>(BitsOf(LoadOne(p)))};
     } else if constexpr (std::is_same_v<W, float> && std::is_same_v<S, uint32_t>) {
       // One rounding, like the vector form (the 64-bit conversion is exact
       // up to the final rounding).
-      return {static_cast<float>(static_cast<int64_t>(*p))};
+      return {static_cast<float>(static_cast<int64_t>(LoadOne(p)))};
     } else {
-      return {static_cast<W>(*p)};
+      return {static_cast<W>(LoadOne(p))};
     }
   } else if constexpr (std::is_integral_v<W>) {
     if constexpr (sizeof(W) == sizeof(S)) {
@@ -170,17 +185,17 @@ NYX_INLINE void StoreInt32x8(__m256i x, D* p) {
 template <class W, class D>
 NYX_INLINE void StoreAs(Lane<W> v, D* p) {
   if constexpr (std::is_floating_point_v<D>) {
-    *p = static_cast<D>(v.raw);
+    StoreOne(static_cast<D>(v.raw), p);
   } else if constexpr (std::is_floating_point_v<W>) {
     const int32_t i = CvtToInt32(v.raw);
     if constexpr (sizeof(D) == 4)
-      *p = static_cast<D>(i);
+      StoreOne(static_cast<D>(i), p);
     else
-      *p = SaturateTo<D>(i);
+      StoreOne(SaturateTo<D>(i), p);
   } else if constexpr (sizeof(W) == sizeof(D)) {
-    *p = static_cast<D>(v.raw);
+    StoreOne(static_cast<D>(v.raw), p);
   } else {
-    *p = SaturateTo<D>(v.raw);
+    StoreOne(SaturateTo<D>(v.raw), p);
   }
 }
 

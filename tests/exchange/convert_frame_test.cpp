@@ -377,7 +377,7 @@ void CheckBinGray(NyxStatus (*to_gray)(const Nyx8u*, int, int, T*, int, NyxiSize
         const int k = offset + x;
         return (buf[y * step + k / 8] >> (k % 8)) & 1;
       };
-      PaddedImage<T> gray(width, height, 1);
+      PaddedImage<T> gray(width, height, 1, 3, 8);
       ASSERT_EQ(to_gray(bits.data(), step, offset, gray.roi(), gray.step(), gray.size(), lo, hi),
                 nyxStsNoErr);
       EXPECT_TRUE(gray.OutsideIntact());
@@ -386,7 +386,7 @@ void CheckBinGray(NyxStatus (*to_gray)(const Nyx8u*, int, int, T*, int, NyxiSize
           ASSERT_EQ(gray.at(x, y), bit_at(bits, x, y) ? hi : lo) << width << " " << offset;
 
       // Back: samples above the threshold set bits; all other bits stay.
-      PaddedImage<T> samples(width, height, 1);
+      PaddedImage<T> samples(width, height, 1, 3, 8);
       samples.FillRandom(rng);
       const T threshold =
           static_cast<T>(std::is_floating_point_v<T> ? 0 : (std::is_signed_v<T> ? -5 : 100));

@@ -23,6 +23,19 @@
 
 namespace nyx::test {
 
+// Samples of rows that need not be aligned to the sample size (the padded
+// images use odd strides).
+template <class T>
+T GetAt(const T* row, int i) {
+  T v;
+  std::memcpy(&v, row + i, sizeof v);
+  return v;
+}
+template <class T>
+void PutAt(T* row, int i, T v) {
+  std::memcpy(row + i, &v, sizeof v);
+}
+
 template <class S, class D>
 using ImageCall = std::function<NyxStatus(const S*, int, D*, int, NyxiSize)>;
 
@@ -167,9 +180,9 @@ std::vector<D> RunPadded(const ImageCall<S, D>& call, const std::vector<S>& valu
   used->clear();
   for (int y = 0; y < height; ++y) {
     for (int i = 0; i < width * channels; ++i) {
-      src.row(y)[i] = values[k++ % values.size()];
-      used->push_back(src.row(y)[i]);
-      dst.row(y)[i] = PaddedImage<D>::RandomSample(rng);
+      PutAt(src.row(y), i, values[k++ % values.size()]);
+      used->push_back(GetAt(src.row(y), i));
+      PutAt(dst.row(y), i, PaddedImage<D>::RandomSample(rng));
     }
   }
   const PaddedImage<D> before = dst;
@@ -179,9 +192,9 @@ std::vector<D> RunPadded(const ImageCall<S, D>& call, const std::vector<S>& valu
   for (int y = 0; y < height; ++y) {
     for (int i = 0; i < width * channels; ++i) {
       if (keep_alpha && i % 4 == 3) {
-        EXPECT_TRUE(SameValue(dst.row(y)[i], before.row(y)[i])) << "alpha changed at " << i;
+        EXPECT_TRUE(SameValue(GetAt(dst.row(y), i), GetAt(before.row(y), i))) << "alpha changed at " << i;
       }
-      out.push_back(dst.row(y)[i]);
+      out.push_back(GetAt(dst.row(y), i));
     }
   }
   return out;

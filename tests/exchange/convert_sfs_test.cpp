@@ -171,7 +171,7 @@ TEST(ConvertSfs, InPlaceFloatToUnsigned) {
   const std::vector<float> in = InputsOf<float>(rng, 300);
   for (int mode : {0, 1, 2}) {
     for (int sf : {-2, 0, 3}) {
-      PaddedImage<Nyx32u> img(23, static_cast<int>((in.size() + 22) / 23), 1);
+      PaddedImage<Nyx32u> img(23, static_cast<int>((in.size() + 22) / 23), 1, 3, 8);
       size_t k = 0;
       std::vector<float> used;
       for (int y = 0; y < img.height(); ++y) {

@@ -221,7 +221,7 @@ template <class T>
 void CheckInPlace(NyxStatus (*ip)(Nyx64f, Nyx64f, T*, int, NyxiSize, NyxHintAlgorithm),
                   ScaleCFn<T, T> two) {
   std::mt19937 rng(17);
-  PaddedImage<T> a(33, 5, 1), b(33, 5, 1), src(33, 5, 1);
+  PaddedImage<T> a(33, 5, 1, 3, 8), b(33, 5, 1, 3, 8), src(33, 5, 1, 3, 8);
   src.FillRandom(rng);
   for (int hint : {1, 2}) {
     for (int y = 0; y < 5; ++y)
