@@ -31,7 +31,7 @@ struct ExactLanes {
 // rounding mode.
 template <class S, class D>
 inline constexpr bool kRoundsToFloat =
-    sizeof(S) == 4 && std::is_integral_v<S>&& std::is_same_v<D, float>;
+    sizeof(S) == 4 && (std::is_integral_v<S> && std::is_same_v<D, float>);
 
 // 8u16s and 8u32f at C1 write wide outputs; they store around the cache
 // when their traffic passes it.

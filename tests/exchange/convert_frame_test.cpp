@@ -136,7 +136,7 @@ TEST(ConvertFrame, OrderOfTestsScaleFactorForms) {
     ExpectNullSizeStride(MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, nyxRndNear, 40),  \
                          #S #D "Sfs");                                                            \
     const Probe bad =                                                                             \
-        MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, static_cast<NyxRoundMode>(3), 40); \
+        MakeProbe<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1RSfs, ModeOf(3), 40); \
     ExpectStatuses({{#S #D " mode 3",                                                             \
                      [&] {                                                                        \
                        return bad(false, false, 64, 64, {1, 1});                                  \
@@ -159,7 +159,7 @@ TEST(ConvertFrame, OrderOfTestsScaleFactorForms) {
   EXPECT_EQ(nyxiConvert_32f32u_C1IRSfs(nullptr, 0, {0, 0}, nyxRndZero, 0), nyxStsNullPtrErr);
   EXPECT_EQ(nyxiConvert_32f32u_C1IRSfs(p, 0, {0, 1}, nyxRndZero, 0), nyxStsSizeErr);
   EXPECT_EQ(nyxiConvert_32f32u_C1IRSfs(p, 0, {1, 1}, nyxRndZero, 0), nyxStsStepErr);
-  EXPECT_EQ(nyxiConvert_32f32u_C1IRSfs(p, 4, {1, 1}, static_cast<NyxRoundMode>(-1), 0),
+  EXPECT_EQ(nyxiConvert_32f32u_C1IRSfs(p, 4, {1, 1}, ModeOf(3), 0),
             nyxStsNotSupportedModeErr);
 }
 
@@ -267,7 +267,7 @@ std::vector<FloatPath> FloatPaths() {
   auto f = [](bool fail) { return fail ? nullptr : g_f; };
   const NyxiSize roi{4, 4};
   for (int mode : {0, 1, 2}) {
-    const auto m = static_cast<NyxRoundMode>(mode);
+    const auto m = ModeOf(mode);
     v.push_back({"32f8u mode " + std::to_string(mode),
                  [=](bool fail) { return nyxiConvert_32f8u_C1R(f(fail), 16, g_out, 4, roi, m); }});
     v.push_back({"32f16s AC4 mode " + std::to_string(mode), [=](bool fail) {

@@ -36,6 +36,15 @@ void PutAt(T* row, int i, T v) {
   std::memcpy(row + i, &v, sizeof v);
 }
 
+// A rounding-mode word as a C caller may pass it (values outside the
+// enumeration included), without a C++ conversion to the enum.
+inline NyxRoundMode ModeOf(int value) {
+  NyxRoundMode m;
+  static_assert(sizeof m == sizeof value);
+  std::memcpy(&m, &value, sizeof m);
+  return m;
+}
+
 template <class S, class D>
 using ImageCall = std::function<NyxStatus(const S*, int, D*, int, NyxiSize)>;
 

@@ -23,7 +23,7 @@ using SfsFn = NyxStatus (*)(const S*, int, D*, int, NyxiSize, NyxRoundMode, int)
 template <class S, class D>
 ImageCall<S, D> Bind(SfsFn<S, D> fn, int mode, int sf) {
   return [=](const S* s, int ss, D* d, int ds, NyxiSize r) {
-    return fn(s, ss, d, ds, r, static_cast<NyxRoundMode>(mode), sf);
+    return fn(s, ss, d, ds, r, ModeOf(mode), sf);
   };
 }
 
@@ -182,7 +182,7 @@ TEST(ConvertSfs, InPlaceFloatToUnsigned) {
         }
       }
       ASSERT_EQ(nyxiConvert_32f32u_C1IRSfs(img.roi(), img.step(), img.size(),
-                                           static_cast<NyxRoundMode>(mode), sf),
+                                           ModeOf(mode), sf),
                 nyxStsNoErr);
       EXPECT_TRUE(img.OutsideIntact());
       k = 0;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <random>
@@ -41,7 +42,7 @@ void CheckC1(const ImageCall<S, D>& call, Model&& model, const std::string& what
   ExpectModel(used, RunPadded(call, in, width, height, 1, false, &used, rng), model, what);
   ExpectModel(in, RunContiguous(call, in, static_cast<int>(in.size()), 1), model,
               what + " one row");
-  const std::vector<S> head(in.begin(), in.begin() + 1000);
+  const std::vector<S> head(in.begin(), in.begin() + std::min<size_t>(in.size(), 1000));
   std::vector<S> merged;
   for (int i = 0; i < 37 * 27; ++i) merged.push_back(head[i % head.size()]);
   ExpectModel(merged, RunContiguous(call, head, 37, 27), model, what + " merged");
@@ -88,7 +89,7 @@ TEST(Convert, SignedToUnsignedHasNoStrideTest) {
   EXPECT_EQ(nyxiConvert_8s8u_C1Rs(nullptr, -4, dst, 0, {0, 1}), nyxStsNullPtrErr);
 }
 
-// Float to integer: every mode (7 and -1 act as mode 2) over the specials and
+// Float to integer: every mode (3 acts as mode 2) over the specials and
 // random values, at every layout.
 template <class D>
 void CheckRoundForm(NyxStatus (*c1)(const Nyx32f*, int, D*, int, NyxiSize, NyxRoundMode),
@@ -96,8 +97,8 @@ void CheckRoundForm(NyxStatus (*c1)(const Nyx32f*, int, D*, int, NyxiSize, NyxRo
                     NyxStatus (*c4)(const Nyx32f*, int, D*, int, NyxiSize, NyxRoundMode),
                     NyxStatus (*ac4)(const Nyx32f*, int, D*, int, NyxiSize, NyxRoundMode),
                     const std::string& what) {
-  for (int mode : {0, 1, 2, 7, -1}) {
-    const NyxRoundMode m = static_cast<NyxRoundMode>(mode);
+  for (int mode : {0, 1, 2, 3}) {
+    const NyxRoundMode m = ModeOf(mode);
     auto bind = [m](auto fn) {
       return ImageCall<Nyx32f, D>([fn, m](const Nyx32f* s, int ss, D* d, int ds, NyxiSize r) {
         return fn(s, ss, d, ds, r, m);
@@ -118,10 +119,12 @@ TEST(Convert, FloatToIntegerEveryModeAndSpecial){NYX_CONVERT_ROUND_FORMS(NYX_TES
 
 // The cases a user meets first, stated as numbers.
 TEST(Convert, FloatToIntegerKnownValues) {
-  auto one = [](float x, int mode) {
+  // A C caller may pass any int as the mode word: call through the int form.
+  using IntModeFn = NyxStatus (*)(const Nyx32f*, int, Nyx8u*, int, NyxiSize, int);
+  const auto convert = reinterpret_cast<IntModeFn>(&nyxiConvert_32f8u_C1R);
+  auto one = [&](float x, int mode) {
     Nyx8u d = 77;
-    EXPECT_EQ(nyxiConvert_32f8u_C1R(&x, 4, &d, 1, {1, 1}, static_cast<NyxRoundMode>(mode)),
-              nyxStsNoErr);
+    EXPECT_EQ(convert(&x, 4, &d, 1, {1, 1}, mode), nyxStsNoErr);
     return static_cast<int>(d);
   };
   const float nan = std::nanf(""), inf = INFINITY;
@@ -135,6 +138,7 @@ TEST(Convert, FloatToIntegerKnownValues) {
   EXPECT_EQ(one(2.5f, 2), 3);
   EXPECT_EQ(one(2.5f, 0), 2);
   EXPECT_EQ(one(2.5f, 7), 3);
+  EXPECT_EQ(one(2.5f, -1), 3);
   for (int mode : {0, 1, 2}) EXPECT_EQ(one(-0.4f, mode), 0);
   Nyx16s s16 = 0;
   const float big = 1e10f;
