@@ -78,7 +78,10 @@ void Register(const std::string& workload, Ours ours, int cv_src, int cv_dst, do
       cv::setNumThreads(1);
       auto src = Random<S>(n);
       cv::Mat m(sz.h, sz.w, cv_src, src.data());
-      cv::Mat out(sz.h, sz.w, cv_dst);
+      // The destination is a buffer like ours (convertTo keeps it: same size
+      // and type), so both run on identically placed memory.
+      Buffer<D> dst(n);
+      cv::Mat out(sz.h, sz.w, cv_dst, dst.data());
       for (auto _ : st) {
         m.convertTo(out, cv_dst, alpha, beta);
         benchmark::DoNotOptimize(out.data);
