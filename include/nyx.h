@@ -591,6 +591,162 @@ NYX_SUM_WINDOW_1D_PROTO_T(16s, 16s32f)
 #undef NYX_SUM_WINDOW_1D_PROTO
 
 /* END SECTION filter-box */
+/* --- Conversion and scaling -----------------------------------------------
+ * NyxRoundMode: 0 toward zero, 1 nearest even, 2 ties away from zero.
+ * Rows whose strides equal their row bytes are processed as one row.
+ * BEGIN SECTION convert */
+
+#define NYX_CONVERT_PROTO(S, D, Desc)                                              \
+  NYX_API NyxStatus nyxiConvert_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                   Nyx##D* pDst, int dstStep,      \
+                                                   NyxiSize roiSize);
+#define NYX_CONVERT_PROTO_ALL(S, D)                                              \
+  NYX_CONVERT_PROTO(S, D, C1) NYX_CONVERT_PROTO(S, D, C3) NYX_CONVERT_PROTO(S, D, C4) \
+  NYX_CONVERT_PROTO(S, D, AC4)
+#define NYX_CONVERT_ROUND_PROTO(S, D, Desc)                                        \
+  NYX_API NyxStatus nyxiConvert_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                   Nyx##D* pDst, int dstStep,      \
+                                                   NyxiSize roiSize, NyxRoundMode roundMode);
+#define NYX_CONVERT_ROUND_PROTO_ALL(S, D)                                              \
+  NYX_CONVERT_ROUND_PROTO(S, D, C1) NYX_CONVERT_ROUND_PROTO(S, D, C3)                   \
+  NYX_CONVERT_ROUND_PROTO(S, D, C4) NYX_CONVERT_ROUND_PROTO(S, D, AC4)
+#define NYX_CONVERT_SFS_PROTO(S, D)                                                   \
+  NYX_API NyxStatus nyxiConvert_##S##D##_C1RSfs(const Nyx##S* pSrc, int srcStep,      \
+                                                Nyx##D* pDst, int dstStep,            \
+                                                NyxiSize roiSize, NyxRoundMode roundMode, \
+                                                int scaleFactor);
+#define NYX_CONVERT_RS_PROTO(S, D)                                                  \
+  NYX_API NyxStatus nyxiConvert_##S##D##_C1Rs(const Nyx##S* pSrc, int srcStep,      \
+                                              Nyx##D* pDst, int dstStep, NyxiSize roiSize);
+
+NYX_CONVERT_PROTO_ALL(8u, 16u)
+NYX_CONVERT_PROTO_ALL(8u, 16s)
+NYX_CONVERT_PROTO_ALL(8u, 32s)
+NYX_CONVERT_PROTO_ALL(8u, 32f)
+NYX_CONVERT_PROTO_ALL(8s, 32s)
+NYX_CONVERT_PROTO_ALL(8s, 32f)
+NYX_CONVERT_PROTO_ALL(16u, 32s)
+NYX_CONVERT_PROTO_ALL(16u, 32f)
+NYX_CONVERT_PROTO_ALL(16s, 32s)
+NYX_CONVERT_PROTO_ALL(16s, 32f)
+NYX_CONVERT_PROTO_ALL(16u, 8u)
+NYX_CONVERT_PROTO_ALL(16s, 8u)
+NYX_CONVERT_PROTO_ALL(32s, 8u)
+NYX_CONVERT_PROTO_ALL(32s, 8s)
+NYX_CONVERT_PROTO(8s, 16s, C1)
+NYX_CONVERT_PROTO(16u, 32u, C1)
+NYX_CONVERT_PROTO(32s, 32f, C1)
+NYX_CONVERT_PROTO(32u, 32f, C1)
+NYX_CONVERT_PROTO(8s, 64f, C1)
+
+/* Float to integer. Mode 2 (any value above 1): NaN and +inf give the
+ * type's maximum. Modes 0 and 1: values too large give the maximum, while
+ * NaN and +inf give the type's minimum. */
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 8u)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 8s)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 16u)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 16s)
+
+/* saturate(round_mode(x * 2^-scaleFactor)); a mode outside 0..2 gives
+ * nyxStsNotSupportedModeErr; NaN gives the type's minimum (0 if unsigned). */
+NYX_CONVERT_SFS_PROTO(16s, 8s)
+NYX_CONVERT_SFS_PROTO(16u, 16s)
+NYX_CONVERT_SFS_PROTO(16u, 8s)
+NYX_CONVERT_SFS_PROTO(32f, 16s)
+NYX_CONVERT_SFS_PROTO(32f, 16u)
+NYX_CONVERT_SFS_PROTO(32f, 32s)
+NYX_CONVERT_SFS_PROTO(32f, 32u)
+NYX_CONVERT_SFS_PROTO(32f, 8s)
+NYX_CONVERT_SFS_PROTO(32f, 8u)
+NYX_CONVERT_SFS_PROTO(32s, 16s)
+NYX_CONVERT_SFS_PROTO(32s, 16u)
+NYX_CONVERT_SFS_PROTO(32u, 16s)
+NYX_CONVERT_SFS_PROTO(32u, 16u)
+NYX_CONVERT_SFS_PROTO(32u, 32s)
+NYX_CONVERT_SFS_PROTO(32u, 8s)
+NYX_CONVERT_SFS_PROTO(32u, 8u)
+NYX_CONVERT_SFS_PROTO(64f, 16s)
+NYX_CONVERT_SFS_PROTO(64f, 16u)
+NYX_CONVERT_SFS_PROTO(64f, 8s)
+NYX_CONVERT_SFS_PROTO(64f, 8u)
+NYX_CONVERT_SFS_PROTO(8u, 8s)
+/* In place: the image holds 32f samples on entry and 32u samples on return. */
+NYX_API NyxStatus nyxiConvert_32f32u_C1IRSfs(Nyx32u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                             NyxRoundMode roundMode, int scaleFactor);
+
+NYX_CONVERT_RS_PROTO(8s, 8u)
+NYX_CONVERT_RS_PROTO(8s, 16u)
+NYX_CONVERT_RS_PROTO(8s, 32u)
+NYX_CONVERT_RS_PROTO(16s, 16u)
+NYX_CONVERT_RS_PROTO(16s, 32u)
+NYX_CONVERT_RS_PROTO(32s, 32u)
+
+/* nyxiScale: the full range of the source type onto that of the destination. */
+#define NYX_SCALE_PROTO_T(S, D, Desc, Extra)                                     \
+  NYX_API NyxStatus nyxiScale_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                 Nyx##D* pDst, int dstStep,      \
+                                                 NyxiSize roiSize NYX_SCALE_##Extra##_EXTRA);
+#define NYX_SCALE_NO_EXTRA
+#define NYX_SCALE_RANGE_EXTRA , Nyx32f vMin, Nyx32f vMax
+#define NYX_SCALE_HINT_EXTRA , NyxHintAlgorithm hint
+#define NYX_SCALE_PROTO_ALL(S, D, Extra)                                          \
+  NYX_SCALE_PROTO_T(S, D, C1, Extra) NYX_SCALE_PROTO_T(S, D, C3, Extra)            \
+  NYX_SCALE_PROTO_T(S, D, C4, Extra) NYX_SCALE_PROTO_T(S, D, AC4, Extra)
+NYX_SCALE_PROTO_ALL(8u, 16u, NO)
+NYX_SCALE_PROTO_ALL(8u, 16s, NO)
+NYX_SCALE_PROTO_ALL(8u, 32s, NO)
+NYX_SCALE_PROTO_ALL(8u, 32f, RANGE)
+NYX_SCALE_PROTO_ALL(32f, 8u, RANGE)
+NYX_SCALE_PROTO_ALL(16s, 8u, HINT)
+NYX_SCALE_PROTO_ALL(16u, 8u, HINT)
+NYX_SCALE_PROTO_ALL(32s, 8u, HINT)
+
+/* nyxiScaleC: dst = saturate(round(src * mVal + aVal)); hint 2 computes in
+ * double, any other hint in single. */
+#define NYX_SCALEC_PROTO(S, D)                                                       \
+  NYX_API NyxStatus nyxiScaleC_##S##D##_C1R(const Nyx##S* pSrc, int srcStep, Nyx64f mVal, \
+                                            Nyx64f aVal, Nyx##D* pDst, int dstStep,    \
+                                            NyxiSize roiSize, NyxHintAlgorithm hint);
+#define NYX_SCALEC_PROTO_SAME(T)                                                     \
+  NYX_API NyxStatus nyxiScaleC_##T##_C1R(const Nyx##T* pSrc, int srcStep, Nyx64f mVal,    \
+                                         Nyx64f aVal, Nyx##T* pDst, int dstStep,       \
+                                         NyxiSize roiSize, NyxHintAlgorithm hint);     \
+  NYX_API NyxStatus nyxiScaleC_##T##_C1IR(Nyx64f mVal, Nyx64f aVal, Nyx##T* pSrcDst,     \
+                                          int srcDstStep, NyxiSize roiSize,            \
+                                          NyxHintAlgorithm hint);
+NYX_SCALEC_PROTO(8u, 8s) NYX_SCALEC_PROTO(8u, 16u) NYX_SCALEC_PROTO(8u, 16s)
+NYX_SCALEC_PROTO(8u, 32s) NYX_SCALEC_PROTO(8u, 32f) NYX_SCALEC_PROTO(8u, 64f)
+NYX_SCALEC_PROTO(8s, 8u) NYX_SCALEC_PROTO(8s, 16u) NYX_SCALEC_PROTO(8s, 16s)
+NYX_SCALEC_PROTO(8s, 32s) NYX_SCALEC_PROTO(8s, 32f) NYX_SCALEC_PROTO(8s, 64f)
+NYX_SCALEC_PROTO(16u, 8u) NYX_SCALEC_PROTO(16u, 8s) NYX_SCALEC_PROTO(16u, 16s)
+NYX_SCALEC_PROTO(16u, 32s) NYX_SCALEC_PROTO(16u, 32f) NYX_SCALEC_PROTO(16u, 64f)
+NYX_SCALEC_PROTO(16s, 8u) NYX_SCALEC_PROTO(16s, 8s) NYX_SCALEC_PROTO(16s, 16u)
+NYX_SCALEC_PROTO(16s, 32s) NYX_SCALEC_PROTO(16s, 32f) NYX_SCALEC_PROTO(16s, 64f)
+NYX_SCALEC_PROTO(32s, 8u) NYX_SCALEC_PROTO(32s, 8s) NYX_SCALEC_PROTO(32s, 16u)
+NYX_SCALEC_PROTO(32s, 16s) NYX_SCALEC_PROTO(32s, 32f) NYX_SCALEC_PROTO(32s, 64f)
+NYX_SCALEC_PROTO(32f, 8u) NYX_SCALEC_PROTO(32f, 8s) NYX_SCALEC_PROTO(32f, 16u)
+NYX_SCALEC_PROTO(32f, 16s) NYX_SCALEC_PROTO(32f, 32s) NYX_SCALEC_PROTO(32f, 64f)
+NYX_SCALEC_PROTO(64f, 8u) NYX_SCALEC_PROTO(64f, 8s) NYX_SCALEC_PROTO(64f, 16u)
+NYX_SCALEC_PROTO(64f, 16s) NYX_SCALEC_PROTO(64f, 32s) NYX_SCALEC_PROTO(64f, 32f)
+NYX_SCALEC_PROTO_SAME(8u) NYX_SCALEC_PROTO_SAME(8s) NYX_SCALEC_PROTO_SAME(16u)
+NYX_SCALEC_PROTO_SAME(16s) NYX_SCALEC_PROTO_SAME(32s) NYX_SCALEC_PROTO_SAME(32f)
+NYX_SCALEC_PROTO_SAME(64f)
+
+/* Packed bits (least significant bit first) to samples and back; a bit
+ * offset may be above 7. */
+#define NYX_BINGRAY_PROTO(T)                                                            \
+  NYX_API NyxStatus nyxiBinToGray_1u##T##_C1R(const Nyx8u* pSrc, int srcStep,             \
+                                              int srcBitOffset, Nyx##T* pDst, int dstStep, \
+                                              NyxiSize roiSize, Nyx##T loVal, Nyx##T hiVal); \
+  NYX_API NyxStatus nyxiGrayToBin_##T##1u_C1R(const Nyx##T* pSrc, int srcStep, Nyx8u* pDst,  \
+                                              int dstStep, int dstBitOffset,               \
+                                              NyxiSize roiSize, Nyx##T threshold);
+NYX_BINGRAY_PROTO(8u)
+NYX_BINGRAY_PROTO(16u)
+NYX_BINGRAY_PROTO(16s)
+NYX_BINGRAY_PROTO(32f)
+
+/* END SECTION convert */
 
 #ifdef __cplusplus
 }
