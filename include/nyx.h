@@ -130,8 +130,12 @@ enum {
 /* Enumerations and constants                                               */
 /* ------------------------------------------------------------------------ */
 
+/* Enumerated arguments are held in ints, so that any value a caller passes
+ * is representable; values outside a call's set are refused with a status. */
+
 /* Values that size queries and Init calls compare against. */
-typedef enum {
+typedef int NyxDataType;
+enum {
   nyx8u = 1,
   nyx8s = 2,
   nyx16u = 5,
@@ -142,31 +146,35 @@ typedef enum {
   nyx64u = 15,
   nyx64s = 17,
   nyx64f = 19
-} NyxDataType;
+};
 
-typedef enum { nyxRndZero = 0, nyxRndNear = 1, nyxRndFinancial = 2 } NyxRoundMode;
+typedef int NyxRoundMode;
+enum { nyxRndZero = 0, nyxRndNear = 1, nyxRndFinancial = 2 };
 
-typedef enum {
+typedef int NyxCmpOp;
+enum {
   nyxCmpLess = 0,
   nyxCmpLessEq = 1,
   nyxCmpEq = 2,
   nyxCmpGreaterEq = 3,
   nyxCmpGreater = 4
-} NyxCmpOp;
+};
 
-typedef enum {
+typedef int NyxiAxis;
+enum {
   nyxAxsHorizontal = 0, /* rows exchange */
   nyxAxsVertical = 1,   /* columns exchange */
   nyxAxsBoth = 2,
   nyxAxs45 = 3,         /* main diagonal */
   nyxAxs135 = 4         /* the other diagonal */
-} NyxiAxis;
+};
 
-typedef enum {
+typedef int NyxHintAlgorithm;
+enum {
   nyxAlgHintNone = 0,
   nyxAlgHintFast = 1,
   nyxAlgHintAccurate = 2
-} NyxHintAlgorithm;
+};
 
 /* Border word: low four bits the mode, next four the in-memory flags. */
 typedef uint32_t NyxiBorderType;
@@ -201,14 +209,18 @@ enum {
   nyxSmoothEdge = (int)0x80000000u
 };
 
-typedef enum { nyxWarpForward = 0, nyxWarpBackward = 1 } NyxiWarpDirection;
+typedef int NyxiWarpDirection;
+enum { nyxWarpForward = 0, nyxWarpBackward = 1 };
 
 /* Mask sizes of the fixed-kernel filters. */
-typedef enum { nyxMskSize3x3 = 33, nyxMskSize5x5 = 55 } NyxiMaskSize;
-typedef enum { nyxDistNormL1 = 2, nyxDistNormL2 = 4 } NyxiDistanceMethodType;
+typedef int NyxiMaskSize;
+enum { nyxMskSize3x3 = 33, nyxMskSize5x5 = 55 };
+typedef int NyxiDistanceMethodType;
+enum { nyxDistNormL1 = 2, nyxDistNormL2 = 4 };
 
 /* Porter-Duff kinds of the alpha composition family; +6 means premultiplied. */
-typedef enum {
+typedef int NyxiAlphaType;
+enum {
   nyxAlphaOver = 0,
   nyxAlphaIn = 1,
   nyxAlphaOut = 2,
@@ -221,7 +233,7 @@ typedef enum {
   nyxAlphaATopPremul = 9,
   nyxAlphaXorPremul = 10,
   nyxAlphaPlusPremul = 11
-} NyxiAlphaType;
+};
 
 /* Flags of nyxiCopyManaged. */
 enum { nyxCopyStreamStore = 1, nyxCopyStreamLoad = 2 };

@@ -83,7 +83,12 @@ struct Lane {
   static constexpr size_t kLanes = 1;
   T raw;
 
-  static NYX_INLINE Lane LoadU(const T* p) { return {*p}; }
+  // Samples may sit at any byte address (odd strides of wide types).
+  static NYX_INLINE Lane LoadU(const T* p) {
+    T v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return {v};
+  }
   static NYX_INLINE Lane Set(T x) { return {x}; }
   static NYX_INLINE Lane Zero() { return {T(0)}; }
 };
@@ -149,7 +154,7 @@ NYX_INLINE void StoreU(Vec<T> v, T* p) {
 }
 template <class T>
 NYX_INLINE void StoreU(Lane<T> v, T* p) {
-  *p = v.raw;
+  __builtin_memcpy(p, &v.raw, sizeof v.raw);
 }
 
 // ---------------------------------------------------------------------------
@@ -444,7 +449,7 @@ NYX_INLINE Lane<T> ShiftRight(Lane<T> a, int n) {
 template <template <class> class V, class W, class T>
 NYX_INLINE V<W> PromoteLoadU(const T* p) {
   if constexpr (std::is_same_v<V<W>, Lane<W>>) {
-    return {static_cast<W>(*p)};
+    return {static_cast<W>(Lane<T>::LoadU(p).raw)};
   } else if constexpr (std::is_same_v<T, W>) {
     return V<W>::LoadU(p);
   } else if constexpr (sizeof(W) == 2 && sizeof(T) == 1) {
@@ -465,7 +470,7 @@ NYX_INLINE V<W> PromoteLoadU(const T* p) {
 
 template <class W, class T>
 NYX_INLINE void DemoteStoreU(Lane<W> v, T* p) {
-  *p = SaturateTo<T>(v.raw);
+  StoreU(Lane<T>{SaturateTo<T>(v.raw)}, p);
 }
 template <class W, class T>
 NYX_INLINE void DemoteStoreU(Vec<W> v, T* p) {
