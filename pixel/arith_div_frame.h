@@ -57,17 +57,33 @@ NyxStatus WalkDiv(DivRowFn<T> row, const T* src1, int s1, const T* src2, int s2,
   return met ? nyxStsDivByZeroWrn : nyxStsNoErr;
 }
 
+// The exact division kernel of a type: 8u has its own, with a form for
+// scale factor 0 that skips the scaling.
+template <class T, bool kAlpha>
+inline DivRowFn<T> DivRowFor(const avx2::DivScale& sc) {
+  if constexpr (sizeof(T) == 1) {
+    if (sc.num_f == 1.0f && sc.den_f == 1.0f) return &avx2::DivRow8u<kAlpha, false>;
+    return &avx2::DivRow8u<kAlpha, true>;
+  } else {
+    return &avx2::DivRow<T, kAlpha>;
+  }
+}
+
 inline bool BadSteps(int a, int b, int c) { return a < 1 || b < 1 || c < 1; }
 
 // Integer Div: dst = round(src2 / (src1 * 2^sf)), ties to even, saturated.
+// The rounding control is held at nearest for the call (the 8u kernel
+// converts with it).
 template <class T, Layout L>
 NyxStatus DivSfs(const T* src1, int s1, const T* src2, int s2, T* dst, int ds, NyxiSize roi,
                  int sf) {
   if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   if (BadSteps(s1, s2, ds)) return nyxStsStepErr;
-  return WalkDiv<T>(&avx2::DivRow<T, L == Layout::kAC4>, src1, s1, src2, s2, dst, ds, roi,
-                       Samples<L>(roi), DivScaleFor<T>(sf));
+  const avx2::DivScale sc = DivScaleFor<T>(sf);
+  const MxcsrScope rc(kMxcsrRoundNearest, kMxcsrRoundMask);
+  return WalkDiv<T>(DivRowFor<T, L == Layout::kAC4>(sc), src1, s1, src2, s2, dst, ds, roi,
+                    Samples<L>(roi), sc);
 }
 
 // Float Div: IEEE quotients; zero divisors warn.
@@ -118,8 +134,10 @@ NyxStatus DivCSfs(const T* src, int ss, const T* value, T* dst, int ds, NyxiSize
     return in_place ? nyxStsNoErr : CopyAt<L>(src, ss, dst, ds, roi);
   }
   const ConstBlock<T, L> block(value);
-  WalkConst(&avx2::DivRow<T, L == Layout::kAC4>, block.v, src, ss, dst, ds, roi.height,
-            Samples<L>(roi), DivScaleFor<T>(sf));
+  const avx2::DivScale sc = DivScaleFor<T>(sf);
+  const MxcsrScope rc(kMxcsrRoundNearest, kMxcsrRoundMask);
+  WalkConst(DivRowFor<T, L == Layout::kAC4>(sc), block.v, src, ss, dst, ds, roi.height,
+            Samples<L>(roi), sc);
   return nyxStsNoErr;
 }
 

@@ -114,30 +114,91 @@ struct DivScale {
 // above 1e-10 (double error: 1.1e-16). So rounding the division to an integer
 // gives the rounding of the exact quotient.
 
+// 16-bit samples: eight quotients in double, rounded to nearest even.
 template <class T>
 NYX_INLINE __m256i DivQuotient8(__m256i x, __m256i v, __m256i zero, const DivScale& s) {
   constexpr double kLo = std::numeric_limits<T>::min(), kHi = std::numeric_limits<T>::max();
   constexpr int kRound = _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC;
   const __m256i v1 = _mm256_blendv_epi8(v, _mm256_set1_epi32(1), zero);
-  if constexpr (sizeof(T) == 1) {
-    const __m256 q = _mm256_div_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(x), _mm256_set1_ps(s.num_f)),
-                                   _mm256_mul_ps(_mm256_cvtepi32_ps(v1), _mm256_set1_ps(s.den_f)));
-    return _mm256_cvttps_epi32(_mm256_round_ps(_mm256_min_ps(q, _mm256_set1_ps(kHi)), kRound));
-  } else {
-    auto half = [&](__m128i xi, __m128i vi) {
-      __m256d q = _mm256_div_pd(_mm256_mul_pd(_mm256_cvtepi32_pd(xi), _mm256_set1_pd(s.num_d)),
-                                _mm256_mul_pd(_mm256_cvtepi32_pd(vi), _mm256_set1_pd(s.den_d)));
-      q = _mm256_max_pd(_mm256_min_pd(q, _mm256_set1_pd(kHi)), _mm256_set1_pd(kLo));
-      return _mm256_cvttpd_epi32(_mm256_round_pd(q, kRound));
-    };
-    const __m128i lo = half(_mm256_castsi256_si128(x), _mm256_castsi256_si128(v1));
-    const __m128i hi = half(_mm256_extracti128_si256(x, 1), _mm256_extracti128_si256(v1, 1));
-    return _mm256_set_m128i(hi, lo);
+  auto half = [&](__m128i xi, __m128i vi) {
+    __m256d q = _mm256_div_pd(_mm256_mul_pd(_mm256_cvtepi32_pd(xi), _mm256_set1_pd(s.num_d)),
+                              _mm256_mul_pd(_mm256_cvtepi32_pd(vi), _mm256_set1_pd(s.den_d)));
+    q = _mm256_max_pd(_mm256_min_pd(q, _mm256_set1_pd(kHi)), _mm256_set1_pd(kLo));
+    return _mm256_cvttpd_epi32(_mm256_round_pd(q, kRound));
+  };
+  const __m128i lo = half(_mm256_castsi256_si128(x), _mm256_castsi256_si128(v1));
+  const __m128i hi = half(_mm256_extracti128_si256(x, 1), _mm256_extracti128_si256(v1, 1));
+  return _mm256_set_m128i(hi, lo);
+}
+
+// 8u: 32 samples a round (four float divisions). The divisor 0 is raised to 1
+// for the division and its lanes take the bound afterwards. The conversion to
+// integer rounds under the rounding control, which the frame holds at
+// nearest-even; the packs saturate to 255.
+template <bool kAlpha, bool kScaled>
+NYX_INLINE __m256i Div32x8u(const uint8_t* a, const uint8_t* b, const uint8_t* d, const DivScale& s,
+                            __m256i* met) {
+  const __m256i v8 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a));
+  const __m256i x8 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b));
+  const __m256i zero = _mm256_cmpeq_epi8(v8, _mm256_setzero_si256());
+  __m256i q[4];
+  for (int k = 0; k < 4; ++k) {
+    const __m256i vi = _mm256_max_epi32(
+        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a + 8 * k))),
+        _mm256_set1_epi32(1));
+    __m256 xf = _mm256_cvtepi32_ps(
+        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(b + 8 * k))));
+    __m256 vf = _mm256_cvtepi32_ps(vi);
+    if constexpr (kScaled) {
+      xf = _mm256_mul_ps(xf, _mm256_set1_ps(s.num_f));
+      vf = _mm256_mul_ps(vf, _mm256_set1_ps(s.den_f));
+    }
+    q[k] = _mm256_cvtps_epi32(_mm256_div_ps(xf, vf));
+    // Scaled quotients pass 32767, which the byte pack would read as negative.
+    if constexpr (kScaled) q[k] = _mm256_min_epi32(q[k], _mm256_set1_epi32(255));
   }
+  // The packs interleave 32-bit groups: restore the order of the samples.
+  __m256i r = _mm256_packus_epi16(_mm256_packus_epi32(q[0], q[1]), _mm256_packus_epi32(q[2], q[3]));
+  r = _mm256_permutevar8x32_epi32(r, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
+  const __m256i bound = _mm256_xor_si256(_mm256_cmpeq_epi8(x8, _mm256_setzero_si256()),
+                                         _mm256_set1_epi8(-1));
+  r = _mm256_blendv_epi8(r, bound, zero);
+  if constexpr (kAlpha) {
+    const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xff000000u));
+    r = _mm256_blendv_epi8(r, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d)), alpha);
+    *met = _mm256_or_si256(*met, _mm256_andnot_si256(alpha, zero));
+  } else {
+    *met = _mm256_or_si256(*met, zero);
+  }
+  return r;
+}
+
+template <bool kAlpha, bool kScaled>
+bool DivRow8u(const uint8_t* a, const uint8_t* b, uint8_t* d, size_t n, const DivScale& s) {
+  __m256i met = _mm256_setzero_si256();
+  size_t i = 0;
+  for (; i + 32 <= n; i += 32) {
+    const __m256i r = Div32x8u<kAlpha, kScaled>(a + i, b + i, d + i, s, &met);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + i), r);
+  }
+  if (i < n) {
+    // The last partial block on stack copies; divisors past the end are 1.
+    alignas(32) uint8_t ta[32], tb[32], td[32];
+    const size_t m = n - i;
+    for (size_t j = 0; j < 32; ++j) {
+      ta[j] = j < m ? a[i + j] : 1;
+      tb[j] = j < m ? b[i + j] : 0;
+      td[j] = j < m ? d[i + j] : 0;
+    }
+    _mm256_store_si256(reinterpret_cast<__m256i*>(td), Div32x8u<kAlpha, kScaled>(ta, tb, td, s, &met));
+    for (size_t j = 0; j < m; ++j) d[i + j] = td[j];
+  }
+  return !_mm256_testz_si256(met, met);
 }
 
 template <class T, bool kAlpha>
 bool DivRow(const T* a, const T* b, T* d, size_t n, const DivScale& s) {
+  static_assert(sizeof(T) == 2, "8u divides in DivRow8u");
   __m256i met = _mm256_setzero_si256();
   Blocks8(a, T{1}, b, d, n, [&](const T* pa, const T* pb, T* pd) {
     const __m256i v = Load8(pa), x = Load8(pb);
