@@ -86,6 +86,9 @@ NyxStatus DivSfs(const T* src1, int s1, const T* src2, int s2, T* dst, int ds, N
                     Samples<L>(roi), sc);
 }
 
+// Destinations from this size on are written past the caches.
+inline constexpr size_t kStreamBytes = size_t{4} << 20;
+
 // Float Div: IEEE quotients; zero divisors warn.
 template <Layout L>
 NyxStatus DivF32(const float* src1, int s1, const float* src2, int s2, float* dst, int ds,
@@ -93,8 +96,16 @@ NyxStatus DivF32(const float* src1, int s1, const float* src2, int s2, float* ds
   if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   if (BadSteps(s1, s2, ds)) return nyxStsStepErr;
-  return WalkDiv<float>(&avx2::DivF32Row<L == Layout::kAC4>, src1, s1, src2, s2, dst, ds,
-                               roi, Samples<L>(roi), avx2::DivScale{});
+  constexpr bool kAlpha = L == Layout::kAC4;
+  const size_t n = Samples<L>(roi);
+  if (n * sizeof(float) * static_cast<size_t>(roi.height) < kStreamBytes) {
+    return WalkDiv<float>(&avx2::DivF32Row<kAlpha, false>, src1, s1, src2, s2, dst, ds, roi, n,
+                          avx2::DivScale{});
+  }
+  const NyxStatus st = WalkDiv<float>(&avx2::DivF32Row<kAlpha, true>, src1, s1, src2, s2, dst, ds,
+                                      roi, n, avx2::DivScale{});
+  avx2::StreamFence();
+  return st;
 }
 
 // Div_Round: modes 0 (toward zero) and 1 (nearest, ties to even) run with the

@@ -267,24 +267,50 @@ bool DivRoundRow(const T* a, const T* b, T* d, size_t n, const DivScale& s) {
 // infinity with the sign of dividend exclusive-or divisor.
 
 template <bool kAlpha>
+NYX_INLINE __m256 DivF32x8(const float* pa, const float* pb, const float* pd, __m256i* met) {
+  const __m256 v = _mm256_loadu_ps(pa), x = _mm256_loadu_ps(pb);
+  const __m256 zero = _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_EQ_OQ);
+  // Blocks with no zero divisor (the usual case) are one division.
+  if (_mm256_testz_ps(zero, zero)) {
+    const __m256 r = _mm256_div_ps(x, v);
+    if constexpr (kAlpha) return _mm256_blend_ps(r, _mm256_loadu_ps(pd), 0x88);
+    return r;
+  }
+  *met = _mm256_or_si256(*met, DropAlpha<kAlpha>(_mm256_castps_si256(zero)));
+  const __m256 q = _mm256_div_ps(x, _mm256_blendv_ps(v, _mm256_set1_ps(1.0f), zero));
+  const __m256 inf = _mm256_or_ps(_mm256_and_ps(_mm256_xor_ps(x, v), _mm256_set1_ps(-0.0f)),
+                                  _mm256_set1_ps(std::numeric_limits<float>::infinity()));
+  const __m256 nan = _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(0xffc00000u)));
+  __m256 z = _mm256_blendv_ps(inf, nan, _mm256_cmp_ps(x, _mm256_setzero_ps(), _CMP_EQ_OQ));
+  z = _mm256_blendv_ps(z, q, _mm256_cmp_ps(q, q, _CMP_UNORD_Q));
+  __m256 r = _mm256_blendv_ps(q, z, zero);
+  if constexpr (kAlpha) r = _mm256_blend_ps(r, _mm256_loadu_ps(pd), 0x88);
+  return r;
+}
+
+// kStream: rows of large images store the aligned middle of the row with
+// non-temporal stores (no read of the destination lines before they are
+// written); the frame fences after the walk.
+template <bool kAlpha, bool kStream>
 bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScale&) {
   __m256i met = _mm256_setzero_si256();
-  Blocks8(a, 1.0f, b, d, n, [&](const float* pa, const float* pb, float* pd) {
-    const __m256 v = _mm256_loadu_ps(pa), x = _mm256_loadu_ps(pb);
-    const __m256 zero = _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_EQ_OQ);
-    met = _mm256_or_si256(met, DropAlpha<kAlpha>(_mm256_castps_si256(zero)));
-    const __m256 q = _mm256_div_ps(x, _mm256_blendv_ps(v, _mm256_set1_ps(1.0f), zero));
-    const __m256 inf = _mm256_or_ps(_mm256_and_ps(_mm256_xor_ps(x, v), _mm256_set1_ps(-0.0f)),
-                                    _mm256_set1_ps(std::numeric_limits<float>::infinity()));
-    const __m256 nan = _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(0xffc00000u)));
-    __m256 z = _mm256_blendv_ps(inf, nan, _mm256_cmp_ps(x, _mm256_setzero_ps(), _CMP_EQ_OQ));
-    z = _mm256_blendv_ps(z, q, _mm256_cmp_ps(q, q, _CMP_UNORD_Q));
-    __m256 r = _mm256_blendv_ps(q, z, zero);
-    if constexpr (kAlpha) r = _mm256_blend_ps(r, _mm256_loadu_ps(pd), 0x88);
-    _mm256_storeu_ps(pd, r);
-  });
+  auto body = [&](const float* pa, const float* pb, float* pd) {
+    _mm256_storeu_ps(pd, DivF32x8<kAlpha>(pa, pb, pd, &met));
+  };
+  size_t i = 0;
+  if constexpr (kStream) {
+    const size_t head = ((32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31) / sizeof(float);
+    i = head < n ? head : n;
+    Blocks8(a, 1.0f, b, d, i, body);
+    if ((reinterpret_cast<uintptr_t>(d + i) & 31) == 0) {
+      for (; i + 8 <= n; i += 8) _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
+    }
+  }
+  Blocks8(a + i, 1.0f, b + i, d + i, n - i, body);
   return !_mm256_testz_si256(met, met);
 }
+
+inline void StreamFence() { _mm_sfence(); }
 
 // ---------------------------------------------------------------------------
 // Products with double constants. C is the type of the constants and of the
