@@ -43,13 +43,12 @@ struct ConstBlock {
 
 // Runs row(block, src_chunk, dst_chunk, count, arg...) over every row in
 // chunks of at most one block.
-template <class C, class T, class Row, class... Arg>
+template <bool kAlpha, class C, class T, class Row, class... Arg>
 inline void WalkConst(Row row, const C* block, const T* src, int64_t ss, T* dst, int64_t ds,
                       int height, size_t n, Arg... arg) {
-  frame::WalkRows(height, [&](int64_t y) {
-    const T* s = frame::RowAt(src, ss, y);
-    T* d = frame::RowAt(dst, ds, y);
-    for (size_t j = 0; j < n; j += kBlock) row(block, s + j, d + j, n - j < kBlock ? n - j : kBlock, arg...);
+  static_assert(kPiece % kBlock == 0 || kBlock % kPiece == 0, "pieces keep the block phase");
+  WalkOut<kAlpha>(height, n, kBlock, dst, ds, [&](int64_t y, size_t j, T* out, size_t m) {
+    row(block, frame::RowAt(src, ss, y) + j, out, m, arg...);
   });
 }
 
@@ -108,7 +107,7 @@ NyxStatus ConstSfs(const T* src, int ss, const T* value, T* dst, int ds, NyxiSiz
   if (ConstShortcut<Op, T, L>(src, ss, value, dst, ds, roi, sf, in_place, &st)) return st;
   const ConstBlock<T, L> block(value);
   const Picked p = PickRole<Op, T>(sf);
-  WalkConst(RowFor<Op, T, L == Layout::kAC4>(p.role), block.v, src, ss, dst, ds, roi.height,
+  WalkConst<L == Layout::kAC4>(RowFor<Op, T, L == Layout::kAC4>(p.role), block.v, src, ss, dst, ds, roi.height,
             Samples<L>(roi), p.k);
   return nyxStsNoErr;
 }
@@ -121,7 +120,7 @@ NyxStatus ConstF32(const float* src, int ss, const float* value, float* dst, int
   if (frame::AnyNull(src, value, dst)) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   const ConstBlock<float, L> block(value);
-  WalkConst(&avx2::FloatRow<Op, L == Layout::kAC4>, block.v, src, ss, dst, ds, roi.height,
+  WalkConst<L == Layout::kAC4>(&avx2::FloatRow<Op, L == Layout::kAC4>, block.v, src, ss, dst, ds, roi.height,
             Samples<L>(roi), 0);
   return nyxStsNoErr;
 }
@@ -149,7 +148,7 @@ NyxStatus MulCScale(const T* src, int ss, const T* value, T* dst, int ds, NyxiSi
   if (ss < 1 || ds < 1) return nyxStsStepErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   const ConstBlock<T, L> block(value);
-  WalkConst(&avx2::MulScaleRow<T, L == Layout::kAC4>, block.v, src, ss, dst, ds, roi.height,
+  WalkConst<L == Layout::kAC4>(&avx2::MulScaleRow<T, L == Layout::kAC4>, block.v, src, ss, dst, ds, roi.height,
             Samples<L>(roi), 0);
   return nyxStsNoErr;
 }

@@ -86,9 +86,6 @@ NyxStatus DivSfs(const T* src1, int s1, const T* src2, int s2, T* dst, int ds, N
                     Samples<L>(roi), sc);
 }
 
-// Destinations from this size on are written past the caches.
-inline constexpr size_t kStreamBytes = size_t{4} << 20;
-
 // Float Div: IEEE quotients; zero divisors warn.
 template <Layout L>
 NyxStatus DivF32(const float* src1, int s1, const float* src2, int s2, float* dst, int ds,
@@ -147,7 +144,7 @@ NyxStatus DivCSfs(const T* src, int ss, const T* value, T* dst, int ds, NyxiSize
   const ConstBlock<T, L> block(value);
   const avx2::DivScale sc = DivScaleFor<T>(sf);
   const MxcsrScope rc(kMxcsrRoundNearest, kMxcsrRoundMask);
-  WalkConst(DivRowFor<T, L == Layout::kAC4>(sc), block.v, src, ss, dst, ds, roi.height,
+  WalkConst<L == Layout::kAC4>(DivRowFor<T, L == Layout::kAC4>(sc), block.v, src, ss, dst, ds, roi.height,
             Samples<L>(roi), sc);
   return nyxStsNoErr;
 }

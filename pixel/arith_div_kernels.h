@@ -299,18 +299,19 @@ bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScal
   };
   size_t i = 0;
   if constexpr (kStream) {
+    // The head up to the aligned middle; at AC4 it must be whole pixels, so
+    // that alpha stays in lanes 3 and 7 of every block.
     const size_t head = ((32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31) / sizeof(float);
-    i = head < n ? head : n;
+    const bool whole = !kAlpha || head % 4 == 0;
+    i = head < n && whole ? head : 0;
     Blocks8(a, 1.0f, b, d, i, body);
-    if ((reinterpret_cast<uintptr_t>(d + i) & 31) == 0) {
+    if (whole && (reinterpret_cast<uintptr_t>(d + i) & 31) == 0) {
       for (; i + 8 <= n; i += 8) _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
     }
   }
   Blocks8(a + i, 1.0f, b + i, d + i, n - i, body);
   return !_mm256_testz_si256(met, met);
 }
-
-inline void StreamFence() { _mm_sfence(); }
 
 // ---------------------------------------------------------------------------
 // Products with double constants. C is the type of the constants and of the

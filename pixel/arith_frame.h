@@ -86,13 +86,43 @@ inline NyxStatus ZeroFill(T* dst, int step, NyxiSize roi) {
   else return set::ZeroC1(dst, step, frame::WidenRoi(roi, frame::kChannels<L>));
 }
 
+// Destinations from kStreamBytes on are written past the caches: each row is
+// computed piece by piece (kPiece samples: a whole number of pixels and of
+// constant blocks) into a buffer on the stack, AC4 alpha copied in first, and
+// each piece is stored with non-temporal stores. The values do not change.
+inline constexpr size_t kStreamBytes = size_t{4} << 20;
+inline constexpr size_t kPiece = 768;
+
+// Calls compute(y, j, out, m) to produce samples [j, j + m) of every row y,
+// in pieces of at most `piece` samples (kPiece when streaming).
+template <bool kAlpha, class T, class Compute>
+inline void WalkOut(int height, size_t n, size_t piece, T* dst, int64_t ds, Compute&& compute) {
+  if (n * sizeof(T) * static_cast<size_t>(height) < kStreamBytes) {
+    frame::WalkRows(height, [&](int64_t y) {
+      T* d = frame::RowAt(dst, ds, y);
+      for (size_t j = 0; j < n; j += piece) compute(y, j, d + j, n - j < piece ? n - j : piece);
+    });
+    return;
+  }
+  alignas(32) T tmp[kPiece];
+  frame::WalkRows(height, [&](int64_t y) {
+    T* d = frame::RowAt(dst, ds, y);
+    for (size_t j = 0; j < n; j += kPiece) {
+      const size_t m = n - j < kPiece ? n - j : kPiece;
+      if constexpr (kAlpha) __builtin_memcpy(tmp, d + j, m * sizeof(T));
+      compute(y, j, tmp, m);
+      avx2::StreamOut(tmp, d + j, m);
+    }
+  });
+  avx2::StreamFence();
+}
+
 // Runs one row kernel over all rows of a ROI of n samples a row.
-template <class T, class Row, class... Arg>
+template <bool kAlpha, class T, class Row, class... Arg>
 inline void WalkBinary(Row row, const T* src1, int64_t s1, const T* src2, int64_t s2, T* dst,
                        int64_t ds, int height, size_t n, Arg... arg) {
-  frame::WalkRows(height, [&](int64_t y) {
-    row(frame::RowAt(src1, s1, y), frame::RowAt(src2, s2, y), frame::RowAt(dst, ds, y), n,
-        arg...);
+  WalkOut<kAlpha>(height, n, n, dst, ds, [&](int64_t y, size_t j, T* out, size_t m) {
+    row(frame::RowAt(src1, s1, y) + j, frame::RowAt(src2, s2, y) + j, out, m, arg...);
   });
 }
 
@@ -116,7 +146,7 @@ NyxStatus BinarySfs(const T* src1, int src1_step, const T* src2, int src2_step, 
     if (frame::BadSize(roi)) return nyxStsSizeErr;
     if (sf >= Thresholds<Op, T>::kZeroAt) return ZeroFill<L>(dst, dst_step, roi);
     const Picked p = PickRole<Op, T>(sf);
-    WalkBinary(RowFor<Op, T, L == Layout::kAC4>(p.role), src1, src1_step, src2, src2_step, dst,
+    WalkBinary<L == Layout::kAC4>(RowFor<Op, T, L == Layout::kAC4>(p.role), src1, src1_step, src2, src2_step, dst,
                dst_step, roi.height, Samples<L>(roi), p.k);
     return nyxStsNoErr;
   }
@@ -150,7 +180,7 @@ NyxStatus BinaryF32(const float* src1, int src1_step, const float* src2, int src
   } else {
     if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
     if (frame::BadSize(roi)) return nyxStsSizeErr;
-    WalkBinary(&avx2::FloatRow<Op, L == Layout::kAC4>, src1, src1_step, src2, src2_step, dst,
+    WalkBinary<L == Layout::kAC4>(&avx2::FloatRow<Op, L == Layout::kAC4>, src1, src1_step, src2, src2_step, dst,
                dst_step, roi.height, Samples<L>(roi), 0);
     return nyxStsNoErr;
   }

@@ -227,4 +227,28 @@ void FloatRow(const float* a, const float* b, float* d, size_t n, int) {
   });
 }
 
+// ---------------------------------------------------------------------------
+// Output past the caches: copies n samples from a buffer to d, the 32-byte
+// aligned middle with non-temporal stores (the destination lines are not
+// read before they are written). StreamFence orders them before returning.
+
+template <class T>
+inline void StreamOut(const T* s, T* d, size_t n) {
+  const size_t head_bytes = (32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31;
+  if (head_bytes % sizeof(T) != 0) {  // samples off their natural alignment
+    __builtin_memcpy(d, s, n * sizeof(T));
+    return;
+  }
+  size_t i = head_bytes / sizeof(T) < n ? head_bytes / sizeof(T) : n;
+  __builtin_memcpy(d, s, i * sizeof(T));
+  constexpr size_t kN = 32 / sizeof(T);
+  for (; i + kN <= n; i += kN) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)));
+  }
+  __builtin_memcpy(d + i, s + i, (n - i) * sizeof(T));
+}
+
+inline void StreamFence() { _mm_sfence(); }
+
 }  // namespace nyx::avx2

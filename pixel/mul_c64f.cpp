@@ -22,14 +22,14 @@ NyxStatus RunMulC64f(const T* src, int ss, const Nyx64f* value, T* dst, int ds, 
   const ConstBlock<C, L> block(value);
   const size_t n = Samples<L>(roi);
   if constexpr (std::is_same_v<T, Nyx32f>) {
-    WalkConst(&avx2::MulC64fRow<T, C, false>, block.v, src, ss, dst, ds, roi.height, n);
+    WalkConst<false>(&avx2::MulC64fRow<T, C, false>, block.v, src, ss, dst, ds, roi.height, n);
   } else {
     const MxcsrScope rc(mode == nyxRndZero ? kMxcsrRoundZero : kMxcsrRoundNearest,
                         kMxcsrRoundMask);
     if (mode == nyxRndFinancial) {
-      WalkConst(&avx2::MulC64fRow<T, C, true>, block.v, src, ss, dst, ds, roi.height, n);
+      WalkConst<false>(&avx2::MulC64fRow<T, C, true>, block.v, src, ss, dst, ds, roi.height, n);
     } else {
-      WalkConst(&avx2::MulC64fRow<T, C, false>, block.v, src, ss, dst, ds, roi.height, n);
+      WalkConst<false>(&avx2::MulC64fRow<T, C, false>, block.v, src, ss, dst, ds, roi.height, n);
     }
   }
   return nyxStsNoErr;

@@ -11,7 +11,7 @@ NyxStatus MulScale(const T* src1, int s1, const T* src2, int s2, T* dst, int ds,
   if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
   if (s1 < 1 || s2 < 1 || ds < 1) return nyxStsStepErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
-  WalkBinary(&avx2::MulScaleRow<T, L == Layout::kAC4>, src1, s1, src2, s2, dst, ds, roi.height,
+  WalkBinary<L == Layout::kAC4>(&avx2::MulScaleRow<T, L == Layout::kAC4>, src1, s1, src2, s2, dst, ds, roi.height,
              Samples<L>(roi), 0);
   return nyxStsNoErr;
 }

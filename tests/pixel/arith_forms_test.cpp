@@ -86,8 +86,9 @@ void CheckImage(const std::string& what, const PaddedImage<T>& dst, E&& expect) 
 // second b. Division forms warn when a colour sample of the divisor is 0.
 template <class T, class Call, class M>
 void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call&& call,
-            M&& model, bool warns, std::mt19937& rng) {
-  for (NyxiSize size : kSizes) {
+            M&& model, bool warns, std::mt19937& rng,
+            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+  for (NyxiSize size : sizes) {
     for (int entry = 0; entry < entries; ++entry) {
       const bool in_place = entry % 2 == 1;
       PaddedImage<T> s1(size.width, size.height, channels), s2 = s1, d = s1;
@@ -115,8 +116,10 @@ void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call
 }
 
 template <class T, class M>
-void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937& rng) {
-  RunTwo<T>(std::string(f.name) + " sf " + std::to_string(sf), f.channels, f.alpha, 4,
+void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937& rng,
+               int entries = 4,
+               const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+  RunTwo<T>(std::string(f.name) + " sf " + std::to_string(sf), f.channels, f.alpha, entries,
             [&](int entry, PaddedImage<T>& s1, PaddedImage<T>& s2, PaddedImage<T>& d,
                 NyxiSize size) {
               const NyxiSizeL sl{size.width, size.height};
@@ -127,14 +130,15 @@ void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937
                 default: return f.inplace_l(s1.roi(), s1.step(), s2.roi(), s2.step(), sl, sf);
               }
             },
-            model, warns, rng);
+            model, warns, rng, sizes);
 }
 
 // The same for an image and constants: model(value of the channel, sample).
 template <class T, class Call, class M>
 void RunOne(const std::string& name, int channels, bool alpha, int entries, Call&& call,
-            M&& model, std::mt19937& rng) {
-  for (NyxiSize size : kSizes) {
+            M&& model, std::mt19937& rng,
+            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+  for (NyxiSize size : sizes) {
     for (int entry = 0; entry < entries; ++entry) {
       const bool in_place = entry % 2 == 1;
       PaddedImage<T> s(size.width, size.height, channels), d = s;
@@ -156,10 +160,12 @@ void RunOne(const std::string& name, int channels, bool alpha, int entries, Call
 }
 
 template <class T, class M>
-void RunConst(const ConstForm<T>& f, const T* values, int sf, M model, std::mt19937& rng) {
+void RunConst(const ConstForm<T>& f, const T* values, int sf, M model, std::mt19937& rng,
+              int entries = 4,
+              const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
   std::string name = std::string(f.name) + " sf " + std::to_string(sf) + " values";
   for (int c = 0; c < 4; ++c) name += " " + std::to_string(+values[c]);
-  RunOne<T>(name, f.channels, f.alpha, 4,
+  RunOne<T>(name, f.channels, f.alpha, entries,
             [&](int entry, PaddedImage<T>& s, PaddedImage<T>& d, NyxiSize size) {
               const NyxiSizeL sl{size.width, size.height};
               switch (entry) {
@@ -169,7 +175,7 @@ void RunConst(const ConstForm<T>& f, const T* values, int sf, M model, std::mt19
                 default: return f.inplace_l(values, s.roi(), s.step(), sl, sf);
               }
             },
-            [&](int c, T x) { return model(values[c], x); }, rng);
+            [&](int c, T x) { return model(values[c], x); }, rng, sizes);
 }
 
 // Scale factors around every threshold of an operation on T.
@@ -243,6 +249,29 @@ TEST(ArithForms, Float) {
       }
     }
   }
+}
+
+// Destinations of several MiB are written past the caches, piece by piece:
+// the same values, alpha kept, nothing outside the ROI.
+TEST(ArithForms, LargeImages) {
+  std::mt19937 rng(31);
+  RunBinary(BinaryForms<Nyx8u>("Add")[0], 1,
+            [](Nyx8u a, Nyx8u b) { return ref::IntOp(ArithOp::kAdd, a, b, 1); }, false, rng, 2,
+            {{2100, 2001}});
+  RunBinary(BinaryForms<Nyx16s>("Sub")[3], 0,
+            [](Nyx16s a, Nyx16s b) { return ref::IntOp(ArithOp::kSub, a, b, 0); }, false, rng, 1,
+            {{601, 900}});
+  RunBinary(BinaryForms<float>("Mul")[2], 0,
+            [](float a, float b) { return ref::FloatOp(ArithOp::kMul, a, b); }, false, rng, 1,
+            {{601, 500}});
+  const Nyx8u v3[4] = {3, 200, 7, 0};
+  RunConst(ConstForms<Nyx8u>("Mul")[1], v3, 2,
+           [](Nyx8u v, Nyx8u x) { return ref::IntOp(ArithOp::kMul, v, x, 2); }, rng, 1,
+           {{1501, 1000}});
+  const Nyx16u v4[4] = {3, 200, 7, 9};
+  RunConst(ConstForms<Nyx16u>("Sub")[3], v4, 1,
+           [](Nyx16u v, Nyx16u x) { return ref::IntOp(ArithOp::kSub, v, x, 1); }, rng, 1,
+           {{601, 900}});
 }
 
 #define NYX_TEST_LAYOUTS(M, T) M(T, C1) M(T, C3) M(T, C4) M(T, AC4)

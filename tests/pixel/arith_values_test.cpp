@@ -254,6 +254,36 @@ TEST(ArithValues, DivFloatZeroDivisorsGiveTheIeeeValues) {
             nyxStsNoErr);
 }
 
+// Destinations of several MiB take the path with non-temporal stores: the
+// same values, with rows that start at any alignment, and alpha kept.
+TEST(ArithValues, DivFloatLargeImages) {
+  std::mt19937 rng(21);
+  for (int channels : {1, 4}) {
+    const int width = 1100, height = 1000 / channels, row = width * channels + 3;  // odd pitch
+    std::vector<float> a(static_cast<size_t>(row) * height), b(a.size()), d(a.size(), 7.0f);
+    for (size_t i = 0; i < a.size(); ++i) {
+      a[i] = rng() % 50 == 0 ? 0.0f : std::uniform_real_distribution<float>(-9, 9)(rng);
+      b[i] = std::uniform_real_distribution<float>(-100, 100)(rng);
+    }
+    const int step = row * 4;
+    const NyxStatus st = channels == 1
+        ? nyxiDiv_32f_C1R(a.data() + 1, step, b.data() + 1, step, d.data() + 1, step, {width, height})
+        : nyxiDiv_32f_AC4R(a.data() + 1, step, b.data() + 1, step, d.data() + 1, step, {width, height});
+    EXPECT_EQ(st, nyxStsDivByZeroWrn);
+    int bad = 0;
+    for (int y = 0; y < height; ++y) {
+      for (int i = 0; i < row; ++i) {
+        const size_t k = static_cast<size_t>(y) * row + i;
+        const bool in_roi = i >= 1 && i < 1 + width * channels;
+        const bool alpha = channels == 4 && (i - 1) % 4 == 3;
+        const float want = in_roi && !alpha ? ref::FloatOp(ArithOp::kDiv, a[k], b[k]) : 7.0f;
+        bad += !ref::SameBits(d[k], want);
+      }
+    }
+    EXPECT_EQ(bad, 0) << channels;
+  }
+}
+
 // The rounding control is set only for the call: the caller's mode survives,
 // and the results of modes 0 and 1 do not depend on it.
 TEST(ArithValues, RoundingControlIsRestored) {
