@@ -75,7 +75,7 @@ template <class T>
 void ZeroShortcutReadsNothing(const char* op, int sf) {
   NoAccessPage page;
   for (const BinaryForm<T>& f : BinaryForms<T>(op)) {
-    PaddedImage<T> d(9, 3, f.channels);
+    PaddedImage<T> d(9, 3, f.channels, 3, 5 * sizeof(T));
     d.Fill([](int x, int, int c) { return x + c + 1; });
     EXPECT_EQ(f.plain(page.as<T>(), 0, page.as<T>(), 0, d.roi(), d.step(), d.size(), sf), nyxStsNoErr)
         << f.name;
