@@ -317,6 +317,14 @@ NYX_MALLOC_PROTO_T(32fc)
  * Sub and Div take the first source as subtrahend and divisor.
  * BEGIN SECTION arith */
 
+/* The constant argument: one value by value at C1, three (C3, AC4: no
+ * constant for alpha) or four (C4) by pointer. */
+#define NYX_ARITH_CONST_C1(T) Nyx##T value
+#define NYX_ARITH_CONST_C3(T) const Nyx##T value[3]
+#define NYX_ARITH_CONST_C4(T) const Nyx##T value[4]
+#define NYX_ARITH_CONST_AC4(T) const Nyx##T value[3]
+
+/* Two images with a scale factor: plain, in place, and the _L twins. */
 #define NYX_BINARY_SFS_PROTO(Op, T, D)                                                    \
   NYX_API NyxStatus nyxi##Op##_##T##_##D##RSfs(const Nyx##T* pSrc1, int src1Step,         \
                                                const Nyx##T* pSrc2, int src2Step,         \
@@ -332,10 +340,130 @@ NYX_MALLOC_PROTO_T(32fc)
                                                   Nyx##T* pSrcDst, NyxSizeL srcDstStep,   \
                                                   NyxiSizeL roiSize, int scaleFactor);
 
-NYX_BINARY_SFS_PROTO(Add, 8u, C1)
-NYX_BINARY_SFS_PROTO(Add, 8u, C3)
-NYX_BINARY_SFS_PROTO(Add, 8u, C4)
-NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
+/* Two float images. */
+#define NYX_BINARY_F32_PROTO(Op, D)                                                          \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##R(const Nyx32f* pSrc1, int src1Step,                 \
+                                          const Nyx32f* pSrc2, int src2Step, Nyx32f* pDst,   \
+                                          int dstStep, NyxiSize roiSize);                    \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##IR(const Nyx32f* pSrc, int srcStep, Nyx32f* pSrcDst, \
+                                           int srcDstStep, NyxiSize roiSize);                \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##R_L(const Nyx32f* pSrc1, NyxSizeL src1Step,          \
+                                            const Nyx32f* pSrc2, NyxSizeL src2Step,          \
+                                            Nyx32f* pDst, NyxSizeL dstStep,                  \
+                                            NyxiSizeL roiSize);                              \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##IR_L(const Nyx32f* pSrc, NyxSizeL srcStep,           \
+                                             Nyx32f* pSrcDst, NyxSizeL srcDstStep,           \
+                                             NyxiSizeL roiSize);
+
+/* An image and constants with a scale factor. */
+#define NYX_CONST_SFS_PROTO(Op, T, D)                                                       \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##RSfs(const Nyx##T* pSrc, int srcStep,             \
+                                               NYX_ARITH_CONST_##D(T), Nyx##T* pDst,        \
+                                               int dstStep, NyxiSize roiSize,               \
+                                               int scaleFactor);                            \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IRSfs(NYX_ARITH_CONST_##D(T), Nyx##T* pSrcDst,    \
+                                                int srcDstStep, NyxiSize roiSize,           \
+                                                int scaleFactor);                           \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##RSfs_L(const Nyx##T* pSrc, NyxSizeL srcStep,      \
+                                                 NYX_ARITH_CONST_##D(T), Nyx##T* pDst,      \
+                                                 NyxSizeL dstStep, NyxiSizeL roiSize,       \
+                                                 int scaleFactor);                          \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IRSfs_L(NYX_ARITH_CONST_##D(T), Nyx##T* pSrcDst,  \
+                                                  NyxSizeL srcDstStep, NyxiSizeL roiSize,   \
+                                                  int scaleFactor);
+
+/* A float image and constants. */
+#define NYX_CONST_F32_PROTO(Op, D)                                                             \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##R(const Nyx32f* pSrc, int srcStep,                     \
+                                          NYX_ARITH_CONST_##D(32f), Nyx32f* pDst, int dstStep, \
+                                          NyxiSize roiSize);                                   \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##IR(NYX_ARITH_CONST_##D(32f), Nyx32f* pSrcDst,          \
+                                           int srcDstStep, NyxiSize roiSize);                  \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##R_L(const Nyx32f* pSrc, NyxSizeL srcStep,              \
+                                            NYX_ARITH_CONST_##D(32f), Nyx32f* pDst,            \
+                                            NyxSizeL dstStep, NyxiSizeL roiSize);              \
+  NYX_API NyxStatus nyxi##Op##_32f_##D##IR_L(NYX_ARITH_CONST_##D(32f), Nyx32f* pSrcDst,        \
+                                             NyxSizeL srcDstStep, NyxiSizeL roiSize);
+
+/* Division with a chosen rounding (NyxRoundMode): no _L forms. */
+#define NYX_DIV_ROUND_PROTO(T, D)                                                             \
+  NYX_API NyxStatus nyxiDiv_Round_##T##_##D##RSfs(                                            \
+      const Nyx##T* pSrc1, int src1Step, const Nyx##T* pSrc2, int src2Step, Nyx##T* pDst,     \
+      int dstStep, NyxiSize roiSize, NyxRoundMode rndMode, int scaleFactor);                  \
+  NYX_API NyxStatus nyxiDiv_Round_##T##_##D##IRSfs(const Nyx##T* pSrc, int srcStep,           \
+                                                   Nyx##T* pSrcDst, int srcDstStep,           \
+                                                   NyxiSize roiSize, NyxRoundMode rndMode,    \
+                                                   int scaleFactor);
+
+#define NYX_ARITH_SFS_PROTO_T(T)                                                               \
+  NYX_BINARY_SFS_PROTO(Add, T, C1) NYX_BINARY_SFS_PROTO(Add, T, C3)                            \
+  NYX_BINARY_SFS_PROTO(Add, T, C4) NYX_BINARY_SFS_PROTO(Add, T, AC4)                           \
+  NYX_BINARY_SFS_PROTO(Sub, T, C1) NYX_BINARY_SFS_PROTO(Sub, T, C3)                            \
+  NYX_BINARY_SFS_PROTO(Sub, T, C4) NYX_BINARY_SFS_PROTO(Sub, T, AC4)                           \
+  NYX_BINARY_SFS_PROTO(Mul, T, C1) NYX_BINARY_SFS_PROTO(Mul, T, C3)                            \
+  NYX_BINARY_SFS_PROTO(Mul, T, C4) NYX_BINARY_SFS_PROTO(Mul, T, AC4)                           \
+  NYX_BINARY_SFS_PROTO(Div, T, C1) NYX_BINARY_SFS_PROTO(Div, T, C3)                            \
+  NYX_BINARY_SFS_PROTO(Div, T, C4) NYX_BINARY_SFS_PROTO(Div, T, AC4)                           \
+  NYX_CONST_SFS_PROTO(AddC, T, C1) NYX_CONST_SFS_PROTO(AddC, T, C3)                            \
+  NYX_CONST_SFS_PROTO(AddC, T, C4) NYX_CONST_SFS_PROTO(AddC, T, AC4)                           \
+  NYX_CONST_SFS_PROTO(SubC, T, C1) NYX_CONST_SFS_PROTO(SubC, T, C3)                            \
+  NYX_CONST_SFS_PROTO(SubC, T, C4) NYX_CONST_SFS_PROTO(SubC, T, AC4)                           \
+  NYX_CONST_SFS_PROTO(MulC, T, C1) NYX_CONST_SFS_PROTO(MulC, T, C3)                            \
+  NYX_CONST_SFS_PROTO(MulC, T, C4) NYX_CONST_SFS_PROTO(MulC, T, AC4)                           \
+  NYX_CONST_SFS_PROTO(DivC, T, C1) NYX_CONST_SFS_PROTO(DivC, T, C3)                            \
+  NYX_CONST_SFS_PROTO(DivC, T, C4) NYX_CONST_SFS_PROTO(DivC, T, AC4)                           \
+  NYX_DIV_ROUND_PROTO(T, C1) NYX_DIV_ROUND_PROTO(T, C3) NYX_DIV_ROUND_PROTO(T, C4)             \
+  NYX_DIV_ROUND_PROTO(T, AC4)
+NYX_ARITH_SFS_PROTO_T(8u)
+NYX_ARITH_SFS_PROTO_T(16u)
+NYX_ARITH_SFS_PROTO_T(16s)
+
+#define NYX_ARITH_F32_PROTO_D(D)                                                              \
+  NYX_BINARY_F32_PROTO(Add, D) NYX_BINARY_F32_PROTO(Sub, D) NYX_BINARY_F32_PROTO(Mul, D)      \
+  NYX_BINARY_F32_PROTO(Div, D) NYX_CONST_F32_PROTO(AddC, D) NYX_CONST_F32_PROTO(SubC, D)      \
+  NYX_CONST_F32_PROTO(MulC, D) NYX_CONST_F32_PROTO(DivC, D)
+NYX_ARITH_F32_PROTO_D(C1)
+NYX_ARITH_F32_PROTO_D(C3)
+NYX_ARITH_F32_PROTO_D(C4)
+NYX_ARITH_F32_PROTO_D(AC4)
+
+/* Products of samples taken as fractions of the full range (255 * x gives x
+ * at 8u): no scale factor. */
+#define NYX_MUL_SCALE_PROTO(T, D)                                                               \
+  NYX_API NyxStatus nyxiMulScale_##T##_##D##R(const Nyx##T* pSrc1, int src1Step,               \
+                                              const Nyx##T* pSrc2, int src2Step, Nyx##T* pDst, \
+                                              int dstStep, NyxiSize roiSize);                  \
+  NYX_API NyxStatus nyxiMulScale_##T##_##D##IR(const Nyx##T* pSrc, int srcStep,                \
+                                               Nyx##T* pSrcDst, int srcDstStep,                \
+                                               NyxiSize roiSize);                              \
+  NYX_API NyxStatus nyxiMulCScale_##T##_##D##R(const Nyx##T* pSrc, int srcStep,                \
+                                               NYX_ARITH_CONST_##D(T), Nyx##T* pDst,           \
+                                               int dstStep, NyxiSize roiSize);                 \
+  NYX_API NyxStatus nyxiMulCScale_##T##_##D##IR(NYX_ARITH_CONST_##D(T), Nyx##T* pSrcDst,       \
+                                                int srcDstStep, NyxiSize roiSize);
+#define NYX_MUL_SCALE_PROTO_T(T) \
+  NYX_MUL_SCALE_PROTO(T, C1) NYX_MUL_SCALE_PROTO(T, C3) NYX_MUL_SCALE_PROTO(T, C4) \
+  NYX_MUL_SCALE_PROTO(T, AC4)
+NYX_MUL_SCALE_PROTO_T(8u)
+NYX_MUL_SCALE_PROTO_T(16u)
+
+/* Products with double constants (one a channel, by pointer); hint
+ * nyxAlgHintAccurate multiplies in double precision, any other value in single
+ * precision with the constant rounded to float. rndMode: NyxRoundMode. */
+#define NYX_MULC64F_PROTO(T, D, N)                                                            \
+  NYX_API NyxStatus nyxiMulC64f_##T##_##D##R(const Nyx##T* pSrc, int srcStep,                 \
+                                             const Nyx64f value[N], Nyx##T* pDst, int dstStep, \
+                                             NyxiSize roiSize, NyxHintAlgorithm hint,         \
+                                             NyxRoundMode rndMode);                           \
+  NYX_API NyxStatus nyxiMulC64f_##T##_##D##IR(const Nyx64f value[N], Nyx##T* pSrcDst,         \
+                                              int srcDstStep, NyxiSize roiSize,               \
+                                              NyxHintAlgorithm hint, NyxRoundMode rndMode);
+#define NYX_MULC64F_PROTO_T(T) \
+  NYX_MULC64F_PROTO(T, C1, 1) NYX_MULC64F_PROTO(T, C3, 3) NYX_MULC64F_PROTO(T, C4, 4)
+NYX_MULC64F_PROTO_T(8u)
+NYX_MULC64F_PROTO_T(16u)
+NYX_MULC64F_PROTO_T(16s)
+NYX_MULC64F_PROTO_T(32f)
 
 /* END SECTION arith */
 

@@ -1,4 +1,5 @@
-// Frames of the two-image arithmetic with a scale factor.
+// Frames of the two-image arithmetic: Add, Sub, Mul with a scale factor and
+// in float, and the _L fall-back shared by every arithmetic family.
 //
 // Order of tests: C1 and AC4 test null, then size; C3 and C4 test the width,
 // multiply it by the channel count in 32 bits and call the C1 frame (so their
@@ -15,10 +16,36 @@ namespace nyx::arith {
 
 using frame::Layout;
 
-// The thresholds of one operation on one type: from kZeroAt upwards every
-// result is zero; from kBoundFrom downwards the kBound role runs.
+// ---------------------------------------------------------------------------
+// Thresholds of the scale factor, by operation and type. From kZeroAt upwards
+// every result rounds to zero, and the call is a fill with zero that does not
+// read the sources; from kBoundFrom downwards every non-zero value saturates
+// and the kBound role runs. Both are shortcuts that give the values of the
+// rule; in between the middle roles run.
+
 template <class Op, class T>
 struct Thresholds;
+
+#define NYX_ARITH_THRESHOLDS(Op, T, zero_at, bound_from) \
+  template <>                                            \
+  struct Thresholds<avx2::Op, T> {                       \
+    static constexpr int kZeroAt = zero_at;              \
+    static constexpr int kBoundFrom = bound_from;        \
+  };
+// 8u: a sum is at most 510 < 2^9 + 2^8, a difference at most 255, a product
+// at most 65025; 1 << 8 already saturates. 16-bit: likewise with 2^16; the
+// 16u sums and differences stay exact in 32 bits for any shift below 16, so
+// their bound role starts at -16 as for the constant forms.
+NYX_ARITH_THRESHOLDS(AddOp, Nyx8u, 10, -8)
+NYX_ARITH_THRESHOLDS(AddOp, Nyx16s, 17, -16)
+NYX_ARITH_THRESHOLDS(AddOp, Nyx16u, 18, -16)
+NYX_ARITH_THRESHOLDS(SubOp, Nyx8u, 9, -8)
+NYX_ARITH_THRESHOLDS(SubOp, Nyx16s, 17, -16)
+NYX_ARITH_THRESHOLDS(SubOp, Nyx16u, 17, -16)
+NYX_ARITH_THRESHOLDS(MulOp, Nyx8u, 17, -8)
+NYX_ARITH_THRESHOLDS(MulOp, Nyx16s, 31, -15)
+NYX_ARITH_THRESHOLDS(MulOp, Nyx16u, 33, -17)
+#undef NYX_ARITH_THRESHOLDS
 
 template <class T>
 using RowFn = void (*)(const T*, const T*, T*, size_t, int);
@@ -28,13 +55,13 @@ struct Picked {
   int k;  // shift count of kPos and kNeg
 };
 
+// Below the zero threshold: the role of a scale factor.
 template <class Op, class T>
 inline Picked PickRole(int sf) {
-  using Th = Thresholds<Op, T>;
   if (sf == 0) return {avx2::Role::kSf0, 0};
-  if (sf == 1 && Th::kHasHalf) return {avx2::Role::kSf1, 1};
+  if (sf == 1) return {avx2::Role::kSf1, 1};
   if (sf > 0) return {avx2::Role::kPos, sf};
-  if (sf > Th::kBoundFrom) return {avx2::Role::kNeg, -sf};
+  if (sf > Thresholds<Op, T>::kBoundFrom) return {avx2::Role::kNeg, -sf};
   return {avx2::Role::kBound, 0};
 }
 
@@ -51,6 +78,64 @@ inline RowFn<T> RowFor(avx2::Role role) {
   }
 }
 
+// A fill with zero of a ROI that keeps the meaning of the descriptor: C3 and
+// C4 are one run of samples, AC4 keeps alpha.
+template <Layout L, class T>
+inline NyxStatus ZeroFill(T* dst, int step, NyxiSize roi) {
+  if constexpr (L == Layout::kAC4) return set::ZeroAC4(dst, step, roi);
+  else return set::ZeroC1(dst, step, frame::WidenRoi(roi, frame::kChannels<L>));
+}
+
+// Destinations from kStreamBytes on are written past the caches (below it,
+// measured at 1920x1080, the extra pass costs about what the saved reads of
+// the destination gain): each row is
+// computed piece by piece (kPiece samples: a whole number of pixels and of
+// constant blocks) into a buffer on the stack, AC4 alpha copied in first, and
+// each piece is stored with non-temporal stores. The values do not change.
+inline constexpr size_t kStreamBytes = size_t{16} << 20;
+inline constexpr size_t kPiece = 768;
+
+// Calls compute(y, j, out, m) to produce samples [j, j + m) of every row y,
+// in pieces of at most `piece` samples (kPiece when streaming).
+template <bool kAlpha, class T, class Compute>
+inline void WalkOut(int height, size_t n, size_t piece, T* dst, int64_t ds, Compute&& compute) {
+  if (n * sizeof(T) * static_cast<size_t>(height) < kStreamBytes) {
+    frame::WalkRows(height, [&](int64_t y) {
+      T* d = frame::RowAt(dst, ds, y);
+      for (size_t j = 0; j < n; j += piece) compute(y, j, d + j, n - j < piece ? n - j : piece);
+    });
+    return;
+  }
+  alignas(32) T tmp[kPiece];
+  frame::WalkRows(height, [&](int64_t y) {
+    T* d = frame::RowAt(dst, ds, y);
+    for (size_t j = 0; j < n; j += kPiece) {
+      const size_t m = n - j < kPiece ? n - j : kPiece;
+      if constexpr (kAlpha) __builtin_memcpy(tmp, d + j, m * sizeof(T));
+      compute(y, j, tmp, m);
+      avx2::StreamOut(tmp, d + j, m);
+    }
+  });
+  avx2::StreamFence();
+}
+
+// Runs one row kernel over all rows of a ROI of n samples a row.
+template <bool kAlpha, class T, class Row, class... Arg>
+inline void WalkBinary(Row row, const T* src1, int64_t s1, const T* src2, int64_t s2, T* dst,
+                       int64_t ds, int height, size_t n, Arg... arg) {
+  WalkOut<kAlpha>(height, n, n, dst, ds, [&](int64_t y, size_t j, T* out, size_t m) {
+    row(frame::RowAt(src1, s1, y) + j, frame::RowAt(src2, s2, y) + j, out, m, arg...);
+  });
+}
+
+template <Layout L>
+inline size_t Samples(NyxiSize roi) {
+  return static_cast<size_t>(roi.width) * frame::kChannels<L>;
+}
+
+// ---------------------------------------------------------------------------
+// Two images with a scale factor.
+
 template <class Op, class T, Layout L>
 NyxStatus BinarySfs(const T* src1, int src1_step, const T* src2, int src2_step, T* dst,
                     int dst_step, NyxiSize roi, int sf) {
@@ -61,18 +146,10 @@ NyxStatus BinarySfs(const T* src1, int src1_step, const T* src2, int src2_step, 
   } else {
     if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
     if (frame::BadSize(roi)) return nyxStsSizeErr;
-    if (sf >= Thresholds<Op, T>::kZeroAt) {
-      // nyxiSet of zero, keeping the meaning of the descriptor: AC4 keeps alpha.
-      if constexpr (L == Layout::kAC4) return set::ZeroAC4(dst, dst_step, roi);
-      else return set::ZeroC1(dst, dst_step, roi);
-    }
+    if (sf >= Thresholds<Op, T>::kZeroAt) return ZeroFill<L>(dst, dst_step, roi);
     const Picked p = PickRole<Op, T>(sf);
-    const RowFn<T> row = RowFor<Op, T, L == Layout::kAC4>(p.role);
-    const size_t n = static_cast<size_t>(roi.width) * frame::kChannels<L>;
-    frame::WalkRows(roi.height, [&](int64_t y) {
-      row(frame::RowAt(src1, src1_step, y), frame::RowAt(src2, src2_step, y),
-          frame::RowAt(dst, dst_step, y), n, p.k);
-    });
+    WalkBinary<L == Layout::kAC4>(RowFor<Op, T, L == Layout::kAC4>(p.role), src1, src1_step, src2, src2_step, dst,
+               dst_step, roi.height, Samples<L>(roi), p.k);
     return nyxStsNoErr;
   }
 }
@@ -92,41 +169,107 @@ NyxStatus BinarySfs1D(const T* src1, const T* src2, T* dst, int len, int sf) {
   return nyxStsNoErr;
 }
 
-// The _L fall-back: narrow to the plain form when it fits; otherwise walk
-// rows in chunks through the one-dimensional primitive (C1, C3, C4) or the
-// plain AC4 form on one-row pieces.
+// ---------------------------------------------------------------------------
+// Two float images: one IEEE operation per sample.
+
+template <class Op, Layout L>
+NyxStatus BinaryF32(const float* src1, int src1_step, const float* src2, int src2_step,
+                    float* dst, int dst_step, NyxiSize roi) {
+  if constexpr (L == Layout::kC3 || L == Layout::kC4) {
+    if (roi.width < 1) return nyxStsSizeErr;
+    return BinaryF32<Op, Layout::kC1>(src1, src1_step, src2, src2_step, dst, dst_step,
+                                      frame::WidenRoi(roi, frame::kChannels<L>));
+  } else {
+    if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
+    if (frame::BadSize(roi)) return nyxStsSizeErr;
+    WalkBinary<L == Layout::kAC4>(&avx2::FloatRow<Op, L == Layout::kAC4>, src1, src1_step, src2, src2_step, dst,
+               dst_step, roi.height, Samples<L>(roi), 0);
+    return nyxStsNoErr;
+  }
+}
+
+template <class Op>
+NyxStatus BinaryF32_1D(const float* src1, const float* src2, float* dst, int len) {
+  if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
+  if (len < 1) return nyxStsSizeErr;
+  avx2::FloatRow<Op, false>(src1, src2, dst, static_cast<size_t>(len), 0);
+  return nyxStsNoErr;
+}
+
+// ---------------------------------------------------------------------------
+// The _L fall-back of the point-wise families.
+//
+// 1. Strides and sample count fit: narrow, call the plain form (its status).
+// 2. Otherwise an empty size is success with nothing done.
+// 3. Otherwise walk the rows one by one, each in chunks: two-image C1, C3, C4
+//    forms through the one-dimensional primitive (0x3fffffff samples a
+//    chunk); AC4 and the forms whose channels differ through the plain form
+//    on one-row pieces of 0xfffffff pixels. A negative status ends the walk.
+
+struct StepsL {
+  NyxSizeL s1, s2, d;
+};
+
+// plain(src1, int step1, src2, int step2, dst, int dst_step, NyxiSize roi)
+// one_d(src1, src2, dst, int len), used for C1, C3, C4 when given.
+template <Layout L, class S1, class S2, class D, class Plain, class OneD>
+NyxStatus PointwiseL(const S1* src1, const S2* src2, D* dst, StepsL st, NyxiSizeL roi,
+                     Plain&& plain, OneD&& one_d) {
+  constexpr int kCh = frame::kChannels<L>;
+  if (frame::FitsPlain(roi, L == Layout::kAC4 ? 4 : 1, st.s1, st.s2, st.d)) {
+    return plain(src1, static_cast<int>(st.s1), src2, static_cast<int>(st.s2), dst,
+                 static_cast<int>(st.d), frame::Narrow(roi));
+  }
+  if (roi.height < 1 || roi.width < 1) return nyxStsNoErr;
+  if constexpr (L != Layout::kAC4 && !std::is_same_v<OneD, std::nullptr_t>) {
+    return frame::WalkChunks(roi, roi.width * kCh, 0x3fffffff,
+                             [&](int64_t y, int64_t x, int64_t n) {
+                               return one_d(frame::RowAt(src1, st.s1, y) + x,
+                                            frame::RowAt(src2, st.s2, y) + x,
+                                            frame::RowAt(dst, st.d, y) + x, static_cast<int>(n));
+                             });
+  } else {
+    // A warning of an earlier chunk is kept when a later one has none.
+    NyxStatus warn = nyxStsNoErr;
+    const NyxStatus st_last = frame::WalkChunks(
+        roi, roi.width, 0xfffffff, [&](int64_t y, int64_t x, int64_t n) {
+          const NyxStatus r = plain(frame::RowAt(src1, st.s1, y) + kCh * x,
+                                    static_cast<int>(kCh * sizeof(S1)),
+                                    frame::RowAt(src2, st.s2, y) + kCh * x,
+                                    static_cast<int>(kCh * sizeof(S2)),
+                                    frame::RowAt(dst, st.d, y) + kCh * x,
+                                    static_cast<int>(kCh * sizeof(D)), NyxiSize{static_cast<int>(n), 1});
+          if (r > 0 && warn == nyxStsNoErr) warn = r;
+          return r;
+        });
+    return st_last < 0 ? st_last : (warn != nyxStsNoErr ? warn : st_last);
+  }
+}
+
 template <class Op, class T, Layout L>
 NyxStatus BinarySfsL(const T* src1, NyxSizeL src1_step, const T* src2, NyxSizeL src2_step,
                      T* dst, NyxSizeL dst_step, NyxiSizeL roi, int sf) {
-  const int factor = L == Layout::kAC4 ? 4 : 1;
-  if (frame::FitsPlain(roi, factor, src1_step, src2_step, dst_step)) {
-    return BinarySfs<Op, T, L>(src1, static_cast<int>(src1_step), src2,
-                               static_cast<int>(src2_step), dst, static_cast<int>(dst_step),
-                               frame::Narrow(roi), sf);
-  }
-  if (roi.height < 1 || roi.width < 1) return nyxStsNoErr;
-  if constexpr (L == Layout::kAC4) {
-    constexpr int kStep = 4 * sizeof(T);
-    return frame::WalkChunks(roi, roi.width, 0xfffffff, [&](int64_t y, int64_t x, int64_t n) {
-      return BinarySfs<Op, T, L>(frame::RowAt(src1, src1_step, y) + 4 * x, kStep,
-                                 frame::RowAt(src2, src2_step, y) + 4 * x, kStep,
-                                 frame::RowAt(dst, dst_step, y) + 4 * x, kStep,
-                                 NyxiSize{static_cast<int>(n), 1}, sf);
-    });
-  } else {
-    const int64_t elems = roi.width * frame::kChannels<L>;
-    return frame::WalkChunks(roi, elems, 0x3fffffff, [&](int64_t y, int64_t x, int64_t n) {
-      return BinarySfs1D<Op, T>(frame::RowAt(src1, src1_step, y) + x,
-                                frame::RowAt(src2, src2_step, y) + x,
-                                frame::RowAt(dst, dst_step, y) + x, static_cast<int>(n), sf);
-    });
-  }
+  return PointwiseL<L>(
+      src1, src2, dst, {src1_step, src2_step, dst_step}, roi,
+      [sf](const T* a, int as, const T* b, int bs, T* d, int ds, NyxiSize r) {
+        return BinarySfs<Op, T, L>(a, as, b, bs, d, ds, r, sf);
+      },
+      [sf](const T* a, const T* b, T* d, int len) { return BinarySfs1D<Op, T>(a, b, d, len, sf); });
+}
+
+template <class Op, Layout L>
+NyxStatus BinaryF32L(const float* src1, NyxSizeL src1_step, const float* src2,
+                     NyxSizeL src2_step, float* dst, NyxSizeL dst_step, NyxiSizeL roi) {
+  return PointwiseL<L>(src1, src2, dst, {src1_step, src2_step, dst_step}, roi,
+                       &BinaryF32<Op, L>, &BinaryF32_1D<Op>);
 }
 
 }  // namespace nyx::arith
 
-// Emits the plain, in-place and _L entries of one form of a two-image
-// operation with a scale factor. Op is the operation's name in the export.
+// ---------------------------------------------------------------------------
+// Emitters: the plain, in-place and _L entries of one form.
+
+// Two images with a scale factor. Op is the operation's name in the export.
 #define NYX_EMIT_BINARY_SFS(Op, OpType, T, D)                                                   \
   NYX_ENTRY(NyxStatus, nyxi##Op##_##T##_##D##RSfs,                                              \
             (const Nyx##T* pSrc1, int src1Step, const Nyx##T* pSrc2, int src2Step, Nyx##T* pDst, \
@@ -155,4 +298,35 @@ NyxStatus BinarySfsL(const T* src1, NyxSizeL src1_step, const T* src2, NyxSizeL 
             (pSrc, srcStep, pSrcDst, srcDstStep, roiSize, scaleFactor)) {                       \
     return nyx::arith::BinarySfsL<OpType, Nyx##T, nyx::frame::Layout::k##D>(                    \
         pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, scaleFactor);         \
+  }
+
+// Two float images.
+#define NYX_EMIT_BINARY_F32(Op, OpType, D)                                                      \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_32f_##D##R,                                                   \
+            (const Nyx32f* pSrc1, int src1Step, const Nyx32f* pSrc2, int src2Step, Nyx32f* pDst, \
+             int dstStep, NyxiSize roiSize),                                                    \
+            (pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize)) {                       \
+    return nyx::arith::BinaryF32<OpType, nyx::frame::Layout::k##D>(pSrc1, src1Step, pSrc2,      \
+                                                                   src2Step, pDst, dstStep,     \
+                                                                   roiSize);                    \
+  }                                                                                             \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_32f_##D##IR,                                                  \
+            (const Nyx32f* pSrc, int srcStep, Nyx32f* pSrcDst, int srcDstStep, NyxiSize roiSize), \
+            (pSrc, srcStep, pSrcDst, srcDstStep, roiSize)) {                                    \
+    return nyx::arith::BinaryF32<OpType, nyx::frame::Layout::k##D>(                             \
+        pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize);                      \
+  }                                                                                             \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_32f_##D##R_L,                                                 \
+            (const Nyx32f* pSrc1, NyxSizeL src1Step, const Nyx32f* pSrc2, NyxSizeL src2Step,    \
+             Nyx32f* pDst, NyxSizeL dstStep, NyxiSizeL roiSize),                                \
+            (pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize)) {                       \
+    return nyx::arith::BinaryF32L<OpType, nyx::frame::Layout::k##D>(                            \
+        pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);                              \
+  }                                                                                             \
+  NYX_ENTRY(NyxStatus, nyxi##Op##_32f_##D##IR_L,                                                \
+            (const Nyx32f* pSrc, NyxSizeL srcStep, Nyx32f* pSrcDst, NyxSizeL srcDstStep,        \
+             NyxiSizeL roiSize),                                                                \
+            (pSrc, srcStep, pSrcDst, srcDstStep, roiSize)) {                                    \
+    return nyx::arith::BinaryF32L<OpType, nyx::frame::Layout::k##D>(                            \
+        pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize);                      \
   }

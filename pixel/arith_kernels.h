@@ -1,4 +1,4 @@
-// Row kernels of the two-image arithmetic with a scale factor.
+// Row kernels of the arithmetic with a scale factor and of the float forms.
 //
 // Kernel contract (all kernels of this file): any count n from 1; no read or
 // write outside [p, p + n) of each row; the destination may equal a source
@@ -10,14 +10,19 @@
 // per sample (s is the exact sum, difference or product, sf the scale factor):
 //   kSf0    saturate(s)
 //   kSf1    round-half-even of s / 2
-//   kPos    (s + (2^(sf-1) - 1) + ((s >> sf) & 1)) >> sf, then saturate
+//   kPos    round-half-even of s / 2^sf, then saturate
 //   kNeg    saturate(s << n), n = -sf
 //   kBound  what is left for large negative sf: zero stays zero, anything
 //           else goes to the bound of its sign
-// An operation is a struct that gives each role its value (see AddOp).
+// An operation is a struct that gives the exact value s in a wide type and,
+// where the sample type allows a shorter road, the kSf0, kSf1 and kBound
+// values computed in the sample type itself.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
 
 #include "core/simd/vec.h"
 
@@ -33,11 +38,66 @@ NYX_INLINE void PutResult(V<W> r, T* d, size_t i) {
   DemoteStoreU(r, d + i);
 }
 
+// ---------------------------------------------------------------------------
+// The rounding steps of the rule, on the exact value s held in a wide type.
+
+// s clamped to the range of T (the shift of kNeg then cannot overflow W).
+template <class T, class VW>
+NYX_INLINE VW ClampTo(VW s) {
+  using W = typename VW::Sample;
+  VW r = Min(s, VW::Set(static_cast<W>(std::numeric_limits<T>::max())));
+  if constexpr (std::is_signed_v<W>) r = Max(r, VW::Set(static_cast<W>(std::numeric_limits<T>::min())));
+  return r;
+}
+
+// -1, 0 or 1 by the sign of s, shifted to one past the range of T: the store
+// saturates it to the bound of that sign.
+template <class T, class VW>
+NYX_INLINE VW SignBound(VW s) {
+  using W = typename VW::Sample;
+  VW r = Min(s, VW::Set(W{1}));
+  if constexpr (std::is_signed_v<W>) r = Max(r, VW::Set(static_cast<W>(-1)));
+  return ShiftLeft(r, 8 * sizeof(T));
+}
+
+// round(s / 2^k), ties to even, 1 <= k < bits of W.
+//  Signed s (sums, differences, signed products), never near the top of W:
+//    (s + 2^(k-1) - 1 + ((s >> k) & 1)) >> k, with arithmetic shifts.
+//  Unsigned s (products that may fill the word, where adding the half would
+//  overflow): with h = s >> (k - 1) the quotient is q = h >> 1, the half bit
+//  is h & 1, and below it a sticky bit tells whether the rest is above zero.
+//  Round up when the half bit is set and either the rest or q is odd.
+template <class VW>
+NYX_INLINE VW RoundShift(VW s, int k) {
+  using W = typename VW::Sample;
+  if constexpr (std::is_signed_v<W>) {
+    const VW odd = And(ShiftRight(s, k), VW::Set(1));
+    return ShiftRight(Add(Add(s, VW::Set(static_cast<W>((W{1} << (k - 1)) - 1))), odd), k);
+  } else {
+    const VW h = ShiftRight(s, k - 1);
+    const VW q = ShiftRight(h, 1);
+    const VW rest = And(s, VW::Set(static_cast<W>((uint64_t{1} << (k - 1)) - 1)));
+    const VW sticky = Min(rest, VW::Set(W{1}));
+    return Add(q, And(h, And(Or(q, sticky), VW::Set(W{1}))));
+  }
+}
+
+// ---------------------------------------------------------------------------
+// Two-image rows with a scale factor. The constant forms run the same rows
+// against a block of repeated constants (see arith_const_frame.h). The
+// saturating adds and subtracts of the vector unit are exact for kSf0 at every
+// type; halving and the bound have short forms for unsigned samples only.
+
+template <class Op, class T, Role R>
+inline constexpr bool kNarrowRole =
+    (R == Role::kSf0 && Op::kNarrowSat) ||
+    (std::is_unsigned_v<T> && ((R == Role::kSf1 && Op::kNarrowHalf) ||
+                               (R == Role::kBound && Op::kNarrowBound)));
+
 template <class Op, class T, Role R, bool kAlpha>
 void BinaryRow(const T* a, const T* b, T* d, size_t n, int k) {
   using W = typename Op::template Wide<T>;
-  if constexpr (R == Role::kSf0 || R == Role::kSf1 || R == Role::kBound) {
-    // Roles computed in the sample type itself.
+  if constexpr (kNarrowRole<Op, T, R>) {
     ForEachBlock<T>(n, [&]<template <class> class V>(size_t i) {
       const V<T> x = V<T>::LoadU(a + i), y = V<T>::LoadU(b + i);
       V<T> r;
@@ -47,51 +107,148 @@ void BinaryRow(const T* a, const T* b, T* d, size_t n, int k) {
       PutResult<kAlpha, V, T>(r, d, i);
     });
   } else {
-    // Roles computed on the exact value in the wide type.
     ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
-      const V<W> x = PromoteLoadU<V, W>(a + i), y = PromoteLoadU<V, W>(b + i);
+      const V<W> s = Op::Exact(PromoteLoadU<V, W>(a + i), PromoteLoadU<V, W>(b + i));
       V<W> r;
-      if constexpr (R == Role::kPos) {
-        const V<W> s = Op::Exact(x, y);
-        const V<W> odd = And(ShiftRight(s, k), V<W>::Set(1));
-        r = ShiftRight(Add(Add(s, V<W>::Set(static_cast<W>((W{1} << (k - 1)) - 1))), odd), k);
-      } else {
-        r = ShiftLeft(Op::NegBase(x, y), k);
-      }
+      if constexpr (R == Role::kSf0) r = s;  // the store saturates
+      else if constexpr (R == Role::kSf1) r = RoundShift(s, 1);
+      else if constexpr (R == Role::kPos) r = RoundShift(s, k);
+      else if constexpr (R == Role::kNeg) r = ShiftLeft(ClampTo<T>(s), k);
+      else r = SignBound<T>(s);
       PutResult<kAlpha, V, W>(r, d, i);
     });
   }
 }
 
-// Addition. 8u: the sum is exact in 16 bits; for negative scale factors the
-// saturated sum is shifted (same value, and 255 << 7 still packs).
+// Halved sum of unsigned samples, round half to even: the average rounds up;
+// where (a + b) & 3 == 1 the halved sum is k + 0.5 with k even, so the even
+// neighbour is one below the average (Eq gives all ones, that is minus one).
+template <class V>
+NYX_INLINE V HalfSumEven(V a, V b) {
+  const V fix = Eq(And(Add(a, b), V::Set(3)), V::Set(1));
+  return Add(Avg(a, b), fix);
+}
+
+// Addition. The sum is exact in 16 bits for 8u and in 32 bits for 16-bit
+// types; saturating adds give kSf0 directly.
 struct AddOp {
   template <class T>
   using Wide = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
+  static constexpr bool kNarrowSat = true, kNarrowHalf = true, kNarrowBound = true;
 
-  template <class V>
-  static NYX_INLINE V Sat(V a, V b) {
-    return AddSat(a, b);
-  }
-  // 8u: the byte average rounds up; where (a + b) & 3 == 1 the halved sum is
-  // k + 0.5 with k even, so the even neighbour is one below the average.
-  template <class V>
-  static NYX_INLINE V Half(V a, V b) {
-    const V fix = Eq(And(Add(a, b), V::Set(3)), V::Set(1));  // all ones = minus one
-    return Add(Avg(a, b), fix);
-  }
   template <class V>
   static NYX_INLINE V Exact(V a, V b) {
     return Add(a, b);
   }
   template <class V>
-  static NYX_INLINE V NegBase(V a, V b) {
-    return Min(Add(a, b), V::Set(255));
+  static NYX_INLINE V Sat(V a, V b) {
+    return AddSat(a, b);
+  }
+  template <class V>
+  static NYX_INLINE V Half(V a, V b) {
+    return HalfSumEven(a, b);
   }
   template <class V>
   static NYX_INLINE V Bound(V a, V b) {
     return Not(Eq(Or(a, b), V::Zero()));
   }
 };
+
+// Subtraction: the first operand is the subtrahend, s = b - a.
+struct SubOp {
+  template <class T>
+  using Wide = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
+  static constexpr bool kNarrowSat = true, kNarrowHalf = true, kNarrowBound = true;
+
+  template <class V>
+  static NYX_INLINE V Exact(V a, V b) {
+    return Sub(b, a);
+  }
+  template <class V>
+  static NYX_INLINE V Sat(V a, V b) {
+    return SubSat(b, a);
+  }
+  // Negative differences round to zero or below: the saturated difference
+  // halves like a sum with zero.
+  template <class V>
+  static NYX_INLINE V Half(V a, V b) {
+    return HalfSumEven(SubSat(b, a), V::Zero());
+  }
+  template <class V>
+  static NYX_INLINE V Bound(V a, V b) {
+    return Gt(b, a);
+  }
+};
+
+// Multiplication. Products: 8u in 16 bits unsigned, 16u in 32 bits unsigned,
+// 16s in 32 bits signed; all exact.
+struct MulOp {
+  template <class T>
+  using Wide = std::conditional_t<sizeof(T) == 1, uint16_t,
+                                  std::conditional_t<std::is_signed_v<T>, int32_t, uint32_t>>;
+  static constexpr bool kNarrowSat = false, kNarrowHalf = false, kNarrowBound = true;
+
+  template <class V>
+  static NYX_INLINE V Exact(V a, V b) {
+    return Mul(a, b);
+  }
+  template <class V>
+  static NYX_INLINE V Bound(V a, V b) {
+    return Not(Or(Eq(a, V::Zero()), Eq(b, V::Zero())));
+  }
+};
+
+// Samples as fractions of the full range: p = a * b, (p + 1 + (p >> w)) >> w
+// with w the bits of the sample, so that the top value times x gives x. The
+// sum stays below 2^(2w): no saturation is needed.
+struct MulScaleOp {
+  template <class T>
+  using Wide = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
+};
+
+template <class T, bool kAlpha>
+void MulScaleRow(const T* a, const T* b, T* d, size_t n, int) {
+  using W = typename MulScaleOp::template Wide<T>;
+  constexpr int kBits = 8 * sizeof(T);
+  ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
+    const V<W> p = Mul(PromoteLoadU<V, W>(a + i), PromoteLoadU<V, W>(b + i));
+    const V<W> r = ShiftRight(Add(Add(p, V<W>::Set(W{1})), ShiftRight(p, kBits)), kBits);
+    PutResult<kAlpha, V, W>(r, d, i);
+  });
+}
+
+// ---------------------------------------------------------------------------
+// Float rows: one IEEE operation per sample (Op::Exact on float vectors).
+
+template <class Op, bool kAlpha>
+void FloatRow(const float* a, const float* b, float* d, size_t n, int) {
+  ForEachBlock<float>(n, [&]<template <class> class V>(size_t i) {
+    PutResult<kAlpha, V, float>(Op::Exact(V<float>::LoadU(a + i), V<float>::LoadU(b + i)), d, i);
+  });
+}
+
+// ---------------------------------------------------------------------------
+// Output past the caches: copies n samples from a buffer to d, the 32-byte
+// aligned middle with non-temporal stores (the destination lines are not
+// read before they are written). StreamFence orders them before returning.
+
+template <class T>
+inline void StreamOut(const T* s, T* d, size_t n) {
+  const size_t head_bytes = (32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31;
+  if (head_bytes % sizeof(T) != 0) {  // samples off their natural alignment
+    __builtin_memcpy(d, s, n * sizeof(T));
+    return;
+  }
+  size_t i = head_bytes / sizeof(T) < n ? head_bytes / sizeof(T) : n;
+  __builtin_memcpy(d, s, i * sizeof(T));
+  constexpr size_t kN = 32 / sizeof(T);
+  for (; i + kN <= n; i += kN) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)));
+  }
+  __builtin_memcpy(d + i, s + i, (n - i) * sizeof(T));
+}
+
+inline void StreamFence() { _mm_sfence(); }
 
 }  // namespace nyx::avx2
