@@ -24,8 +24,8 @@ constexpr int kW = 640, kH = 480;
 struct Image {
   Nyx8u* data = nullptr;
   int step = 0;
-  int channels = 0;
-  Image(int w, int h, int ch) : channels(ch) {
+  int width = 0, height = 0, channels = 0;
+  Image(int w, int h, int ch) : width(w), height(h), channels(ch) {
     data = ch == 1 ? nyxiMalloc_8u_C1(w, h, &step)
                    : (ch == 3 ? nyxiMalloc_8u_C3(w, h, &step) : nyxiMalloc_8u_C4(w, h, &step));
   }
@@ -71,7 +71,8 @@ double TimeIt(const std::function<void()>& fn) {
 
 void Save(const std::string& dir, const char* name, Image& img) {
   std::string path = dir + "/" + name;
-  bool ok = nyx_demo::WritePng(path.c_str(), img.data, kW, kH, img.step, img.channels);
+  bool ok = nyx_demo::WritePng(path.c_str(), img.data, img.width, img.height, img.step,
+                               img.channels);
   std::printf("  wrote %s%s\n", path.c_str(), ok ? "" : " (FAILED)");
 }
 
@@ -93,39 +94,82 @@ int main(int argc, char** argv) {
     std::printf("  largest cache: %d KiB\n", cache / 1024);
   }
 
-  Image src(kW, kH, 3), inv(kW, kH, 3), out(kW, kH, 3), rgba(kW, kH, 4);
+  Image src(kW, kH, 3), flipped(kW, kH, 3), out(kW, kH, 3), rgba(kW, kH, 4);
   MakeTestImage(src);
   MakeTestImage(rgba);
-  // A second image: the first one upside down, made with plain loops.
-  for (int y = 0; y < kH; ++y) std::memcpy(inv.Row(y), src.Row(kH - 1 - y), kW * 3);
   Save(dir, "source.png", src);
 
   const NyxiSize roi{kW, kH};
   std::vector<Timing> times;
+  auto run = [&](const char* name, const char* file, Image& shown, const std::function<NyxStatus()>& fn) {
+    Check(fn(), name);
+    if (file) Save(dir, file, shown);
+    times.push_back({name, TimeIt([&] { fn(); })});
+  };
 
-  Check(nyxiAdd_8u_C3RSfs(src.data, src.step, inv.data, inv.step, out.data, out.step, roi, 1),
-        "Add sf 1");
-  Save(dir, "add_blend.png", out);  // (a + b) / 2: a blend of the two images
-  times.push_back({"nyxiAdd_8u_C3RSfs sf=1 (blend)", TimeIt([&] {
-                     nyxiAdd_8u_C3RSfs(src.data, src.step, inv.data, inv.step, out.data,
-                                       out.step, roi, 1);
-                   })});
+  // Copy and channel operations.
+  run("nyxiMirror_8u_C3R (vertical axis)", "mirror.png", flipped, [&] {
+    return nyxiMirror_8u_C3R(src.data, src.step, flipped.data, flipped.step, roi, nyxAxsVertical);
+  });
+  Image transposed(kH, kW, 3);
+  run("nyxiTranspose_8u_C3R", "transpose.png", transposed, [&] {
+    return nyxiTranspose_8u_C3R(src.data, src.step, transposed.data, transposed.step, roi);
+  });
+  const int bgr[3] = {2, 1, 0};
+  run("nyxiSwapChannels_8u_C3R (RGB to BGR)", "swap_channels.png", out, [&] {
+    return nyxiSwapChannels_8u_C3R(src.data, src.step, out.data, out.step, roi, bgr);
+  });
 
-  Check(nyxiAdd_8u_C3RSfs(src.data, src.step, inv.data, inv.step, out.data, out.step, roi, 0),
-        "Add sf 0");
-  Save(dir, "add_saturated.png", out);
-  times.push_back({"nyxiAdd_8u_C3RSfs sf=0 (saturated sum)", TimeIt([&] {
-                     nyxiAdd_8u_C3RSfs(src.data, src.step, inv.data, inv.step, out.data,
-                                       out.step, roi, 0);
-                   })});
-
+  // Arithmetic: (a + b) / 2 with round half to even is a blend of the image
+  // and its mirror; the saturated sum brightens.
+  run("nyxiAdd_8u_C3RSfs sf=1 (blend)", "add_blend.png", out, [&] {
+    return nyxiAdd_8u_C3RSfs(src.data, src.step, flipped.data, flipped.step, out.data, out.step,
+                             roi, 1);
+  });
+  run("nyxiAdd_8u_C3RSfs sf=0 (saturated sum)", "add_saturated.png", out, [&] {
+    return nyxiAdd_8u_C3RSfs(src.data, src.step, flipped.data, flipped.step, out.data, out.step,
+                             roi, 0);
+  });
+  const Nyx8u tint[3] = {255, 160, 96};
+  run("nyxiMulCScale_8u_C3R (tint)", "tint.png", out, [&] {
+    return nyxiMulCScale_8u_C3R(src.data, src.step, tint, out.data, out.step, roi);
+  });
   const Nyx8u red[3] = {200, 30, 30};
   const NyxiSize box{kW / 2, kH / 2};
-  Check(nyxiSet_8u_AC4R(red, rgba.Row(kH / 4) + 4 * (kW / 4), rgba.step, box), "Set AC4");
-  Save(dir, "set_ac4_box.png", rgba);
-  times.push_back({"nyxiSet_8u_AC4R (quarter box)", TimeIt([&] {
-                     nyxiSet_8u_AC4R(red, rgba.Row(kH / 4) + 4 * (kW / 4), rgba.step, box);
-                   })});
+  run("nyxiSet_8u_AC4R (quarter box)", "set_ac4_box.png", rgba, [&] {
+    return nyxiSet_8u_AC4R(red, rgba.Row(kH / 4) + 4 * (kW / 4), rgba.step, box);
+  });
+
+  // Conversion round trip through floats, with a contrast stretch.
+  Nyx32f* f = nullptr;
+  int fstep = 0;
+  f = nyxiMalloc_32f_C3(kW, kH, &fstep);
+  run("nyxiConvert_8u32f_C3R", nullptr, out, [&] {
+    return nyxiConvert_8u32f_C3R(src.data, src.step, f, fstep, roi);
+  });
+  run("nyxiScale_32f8u_C3R (range 64..192)", "scale_contrast.png", out, [&] {
+    return nyxiScale_32f8u_C3R(f, fstep, out.data, out.step, roi, 64.0f, 192.0f);
+  });
+  nyxiFree(f);
+
+  // Border extension: a mirrored frame of 48 pixels.
+  const int b = 48;
+  Image framed(kW + 2 * b, kH + 2 * b, 3);
+  run("nyxiCopyMirrorBorder_8u_C3R (48 px)", "mirror_border.png", framed, [&] {
+    return nyxiCopyMirrorBorder_8u_C3R(src.data, src.step, roi, framed.data, framed.step,
+                                       {framed.width, framed.height}, b, b);
+  });
+
+  // Box filter: a 15x15 mean with replicated edges.
+  int buf_size = 0;
+  const NyxiSize mask{15, 15};
+  Check(nyxiFilterBoxBorderGetBufferSize(roi, mask, nyx8u, 3, &buf_size), "box buffer size");
+  Nyx8u* buf = static_cast<Nyx8u*>(nyxMalloc(buf_size));
+  run("nyxiFilterBoxBorder_8u_C3R 15x15", "box_blur.png", out, [&] {
+    return nyxiFilterBoxBorder_8u_C3R(src.data, src.step, out.data, out.step, roi, mask,
+                                      nyxBorderRepl, nullptr, buf);
+  });
+  nyxFree(buf);
 
   std::printf("\n%-44s %12s\n", "operation (640x480)", "median us");
   for (const Timing& t : times) std::printf("%-44s %12.1f\n", t.name.c_str(), t.micros);
