@@ -152,7 +152,7 @@ NYX_INLINE Dst FinishOne(int32_t s, const IntRule& r) {
 // x, x+2, ... and odd outputs x+1, x+3, ...; the pair (F[j][2p], F[j][2p+1])
 // multiplies the 16-bit samples starting at x+2p for the even outputs and at
 // x+2p+1 for the odd ones, so every load feeds one multiply-add with no
-// shuffle, and kRows output rows share each loaded source row.
+// shuffle, and kRows output rows share each tap pair.
 // kInterleaved (several channels): the samples of taps 2p and 2p+1 are
 // interleaved by unpacking. kColumn (kernel width 1): the pairs are two
 // kernel rows.
@@ -227,18 +227,15 @@ struct IntKernel {
     for (; x + 16 < w || (kw % 2 == 0 && x + 16 <= w); x += 16) {
       __m256i even[R], odd[R];
       for (int k = 0; k < R; ++k) even[k] = odd[k] = _mm256_setzero_si256();
-      for (int64_t r = 0; r < R + kh - 1; ++r) {
-        const Src* row = frame::RowAt(s, ss, y + r) + x;
-        const int k0 = r - (kh - 1) > 0 ? static_cast<int>(r - (kh - 1)) : 0;
-        const int k1 = r < R - 1 ? static_cast<int>(r) : R - 1;
+      for (int64_t j = 0; j < kh; ++j) {
+        const Src* row = frame::RowAt(s, ss, y + j) + x;
         for (int64_t p = 0; p < n; ++p) {
-          const __m256i a = Load16(row + 2 * p), b = Load16(row + 2 * p + 1);
+          const __m256i t = Pair(j, p);
 #pragma GCC unroll 4
           for (int k = 0; k < R; ++k) {
-            if (k < k0 || k > k1) continue;
-            const __m256i t = Pair(r - k, p);
-            even[k] = _mm256_add_epi32(even[k], _mm256_madd_epi16(a, t));
-            odd[k] = _mm256_add_epi32(odd[k], _mm256_madd_epi16(b, t));
+            const Src* q = frame::RowAt(row, ss, k) + 2 * p;
+            even[k] = _mm256_add_epi32(even[k], _mm256_madd_epi16(Load16(q), t));
+            odd[k] = _mm256_add_epi32(odd[k], _mm256_madd_epi16(Load16(q + 1), t));
           }
         }
       }
@@ -388,8 +385,8 @@ NYX_INLINE Dst FinishFloat(Acc v, const FloatRule& r) {
   }
 }
 
-// kRows output rows by kCols vectors share every loaded source vector and
-// every tap; each accumulator still takes its taps in the flipped order.
+// kRows output rows by kCols vectors share every tap; each accumulator
+// takes its taps in the flipped order.
 template <class SrcT, class DstT, class Acc, int kNcT>
 struct FloatKernel {
   using Src = SrcT;
@@ -444,18 +441,15 @@ struct FloatKernel {
     V acc[R][C];
     for (int k = 0; k < R; ++k)
       for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
-    for (int64_t r = 0; r < R + kh - 1; ++r) {
-      const Src* row = frame::RowAt(s, ss, y + r) + x;
-      const int k0 = r - (kh - 1) > 0 ? static_cast<int>(r - (kh - 1)) : 0;
-      const int k1 = r < R - 1 ? static_cast<int>(r) : R - 1;
+    for (int64_t j = 0; j < kh; ++j) {
+      const Src* row = frame::RowAt(s, ss, y + j) + x;
       for (int64_t i = 0; i < kw; ++i) {
-        V v[C];
-        for (int c = 0; c < C; ++c) v[c] = F::Load(row + i * kNc + c * kL);
+        const V t = Tap(j * kw + i);
 #pragma GCC unroll 4
         for (int k = 0; k < R; ++k) {
-          if (k < k0 || k > k1) continue;
-          const V t = Tap((r - k) * kw + i);
-          for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, v[c], acc[k][c]);
+          const Src* q = frame::RowAt(row, ss, k) + i * kNc;
+#pragma GCC unroll 4
+          for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, F::Load(q + c * kL), acc[k][c]);
         }
       }
     }
