@@ -172,7 +172,7 @@ void RunCase(Case c, std::mt19937& rng) {
 
   const int pad = 6;
   Field<T> src(c.roi.width, c.roi.height, kNc, pad, rng);
-  PaddedImage<T> dst(c.roi.width, c.roi.height, kNc, 2, 7);
+  PaddedImage<T> dst(c.roi.width, c.roi.height, kNc, 2, 8);
   T value[4];
   for (T& v : value) v = PaddedImage<T>::RandomSample(rng);
   GuardedBuffer buffer(static_cast<size_t>(buf_size));
