@@ -15,7 +15,8 @@
 //    strips (top, bottom at full width when their side is extended, left and
 //    right for the remaining rows). A strip whose side is extended is made
 //    from a small rectangle copied into the buffer with its border; a strip
-//    whose side is in memory reads memory.
+//    whose side is in memory reads memory. The left and right strips run
+//    together as one rectangle (see Sides).
 // With mirror and a mask extent of 2 the right (bottom) strip is 2 wide, so
 // that its rectangle holds the pixel to reflect.
 //
@@ -93,8 +94,8 @@ inline NyxStatus DecodeBorder32f(NyxiBorderType word, const void* value, const M
                                  BorderRule* rule) {
   if ((word & 0xF) == kModeConst && value == nullptr) return nyxStsNullPtrErr;
   const unsigned low = word & 7;
-  const int mode = low == kModeMirror ? kModeMirror : (low == kModeReplicate ? kModeReplicate
-                                                                             : kModeConst);
+  const int mode =
+      low == kModeMirror ? kModeMirror : (low == kModeReplicate ? kModeReplicate : kModeConst);
   unsigned flags = word & kInMemAll;
   if (m.mw == 1) flags |= kInMemLeft | kInMemRight;
   if (m.mw == 2) flags |= kInMemLeft;
@@ -150,7 +151,7 @@ inline Split SplitRoi(int64_t W, int64_t H, const MaskGeom& m, BorderRule b) {
 // The source rectangle a region reads, and the part of it that is real
 // (inside the ROI, or beyond it on an in-memory side).
 struct SourceRect {
-  int64_t x0, x1, y0, y1;  // needed
+  int64_t x0, x1, y0, y1;      // needed
   int64_t rx0, rx1, ry0, ry1;  // real
   bool extended() const { return rx0 != x0 || rx1 != x1 || ry0 != y0 || ry1 != y1; }
   int64_t w() const { return x1 - x0; }
@@ -178,11 +179,32 @@ inline SourceRect SourceOf(const Region& r, int64_t W, int64_t H, const MaskGeom
 // kernels with a delay). Every part starts at a multiple of 32 bytes.
 
 struct BufferPlan {
-  size_t scratch, rect, kept, ring, end;  // byte offsets from the aligned start
-  int64_t ring_pitch;                     // bytes of one ring row
+  size_t scratch, rect, sides, kept, ring, end;  // byte offsets from the aligned start
+  int64_t ring_pitch;                            // bytes of one ring row
 };
 
 inline size_t Align32(size_t n) { return (n + 31) & ~size_t{31}; }
+
+// The left and right strips run as one rectangle: the left strip's source
+// columns, then the right strip's, side by side. Of its outputs, the first
+// ax are the left strip, the last rs the right strip; the mw-1 windows that
+// straddle the seam are made and dropped.
+struct Sides {
+  SourceRect left, right;
+  int64_t out_w;  // outputs of the joined rectangle
+};
+
+inline Sides SidesOf(const Split& s, int64_t W, int64_t H, const MaskGeom& m, unsigned flags) {
+  Sides d;
+  d.left = SourceOf(s.strips[2], W, H, m, flags);
+  d.right = SourceOf(s.strips[3], W, H, m, flags);
+  d.out_w = d.left.w() + d.right.w() - (m.mw - 1);
+  return d;
+}
+
+inline bool JoinSides(const Split& s) {
+  return s.path == Path::kStrips && !s.strips[2].empty() && !s.strips[3].empty();
+}
 
 template <class K>
 BufferPlan PlanBuffer(const K& k, const Split& s, int64_t W, int64_t H, const MaskGeom& m,
@@ -190,21 +212,36 @@ BufferPlan PlanBuffer(const K& k, const Split& s, int64_t W, int64_t H, const Ma
   using Src = typename K::Src;
   using Dst = typename K::Dst;
   constexpr int64_t nc = K::kNc;
-  int64_t rect = 0, kept = 0;
+  int64_t rect = 0, kept = 0, sides = 0, widest = W;
   if (s.path == Path::kSmall) {
     rect = (W + m.mw - 1) * (H + m.mh - 1);
   } else if (s.path == Path::kStrips) {
-    for (const Region& r : s.strips) {
+    for (int i = 0; i < 4; ++i) {
+      const Region& r = s.strips[i];
       if (r.empty()) continue;
-      const SourceRect src = SourceOf(r, W, H, m, flags);
-      if (src.extended() && src.w() * src.h() > rect) rect = src.w() * src.h();
       if (in_place) kept += r.w() * r.h();
+      const SourceRect src = SourceOf(r, W, H, m, flags);
+      if (i < 2 && src.extended() && src.w() * src.h() > rect) rect = src.w() * src.h();
+    }
+    if (JoinSides(s)) {
+      const Sides d = SidesOf(s, W, H, m, flags);
+      const int64_t joined = (d.left.w() + d.right.w()) * d.left.h();
+      if (joined > rect) rect = joined;
+      sides = d.out_w * s.strips[2].h();
+      if (d.out_w > widest) widest = d.out_w;
+    } else {
+      for (int i = 2; i < 4; ++i) {
+        const SourceRect src = SourceOf(s.strips[i], W, H, m, flags);
+        if (!s.strips[i].empty() && src.extended() && src.w() * src.h() > rect)
+          rect = src.w() * src.h();
+      }
     }
   }
   BufferPlan p{};
   p.scratch = 0;
-  p.rect = Align32(k.ScratchBytes(W));
-  p.kept = p.rect + Align32(static_cast<size_t>(rect * nc) * sizeof(Src));
+  p.rect = Align32(k.ScratchBytes(widest));
+  p.sides = p.rect + Align32(static_cast<size_t>(rect * nc) * sizeof(Src));
+  p.kept = p.sides + Align32(static_cast<size_t>(sides * nc) * sizeof(Dst));
   p.ring = p.kept + Align32(static_cast<size_t>(kept * nc) * sizeof(Dst));
   const bool ring = in_place && s.path != Path::kSmall && !K::kConsumesRows;
   p.ring_pitch = static_cast<int64_t>(Align32(static_cast<size_t>(s.main.w() * nc) * sizeof(Dst)));
@@ -253,7 +290,9 @@ struct RingRows {
   void Finish(int64_t h) const {
     for (int64_t y = h - (slots - 1) < 0 ? 0 : h - (slots - 1); y < h; ++y) Flush(y);
   }
-  void Flush(int64_t y) const { CopyPixels<Dst, kNc, kAlpha>(Row(y), frame::RowAt(image, step, y), w); }
+  void Flush(int64_t y) const {
+    CopyPixels<Dst, kNc, kAlpha>(Row(y), frame::RowAt(image, step, y), w);
+  }
 };
 
 // ---------------------------------------------------------------------------
@@ -278,6 +317,13 @@ struct BorderedCall {
   BufferPlan plan;
   bool in_place;
 
+  // Copies the source rectangle s, extended where it is not real, to rect.
+  void Extend(const SourceRect& s, Src* rect, int64_t step) const {
+    ExtendRect(frame::RowAt(src, src_step, s.ry0) + s.rx0 * kNc, src_step, rect, step,
+               s.rx1 - s.rx0, s.ry1 - s.ry0, kNc, s.ry0 - s.y0, s.rx0 - s.x0, s.w(), s.h(), b.mode,
+               value);
+  }
+
   // Pointer to the first pixel a region reads, and its stride: the caller's
   // memory, or the rectangle extended into the buffer.
   const Src* Prepare(const Region& r, bool force_copy, int64_t* step) const {
@@ -288,17 +334,38 @@ struct BorderedCall {
     }
     Src* rect = reinterpret_cast<Src*>(buf + plan.rect);
     *step = s.w() * kNc * static_cast<int64_t>(sizeof(Src));
-    ExtendRect(frame::RowAt(src, src_step, s.ry0) + s.rx0 * kNc, src_step, rect, *step,
-               s.rx1 - s.rx0, s.ry1 - s.ry0, kNc, s.ry0 - s.y0, s.rx0 - s.x0, s.w(), s.h(),
-               b.mode, value);
+    Extend(s, rect, *step);
     return rect;
   }
 
+  // The left and right strips through one joined rectangle; their pixels go
+  // to `left` and `right` with stride `step`.
+  void RunSides(const Split& s, Dst* left, Dst* right, int64_t left_step,
+                int64_t right_step) const {
+    const Sides d = SidesOf(s, W, H, m, b.flags);
+    Src* rect = reinterpret_cast<Src*>(buf + plan.rect);
+    const int64_t step = (d.left.w() + d.right.w()) * kNc * static_cast<int64_t>(sizeof(Src));
+    Extend(d.left, rect, step);
+    Extend(d.right, rect + d.left.w() * kNc, step);
+    Dst* joined = reinterpret_cast<Dst*>(buf + plan.sides);
+    const int64_t out_step = d.out_w * kNc * static_cast<int64_t>(sizeof(Dst));
+    DirectRows<Dst> out{joined, out_step};
+    const int64_t h = s.strips[2].h(), lw = s.strips[2].w(), rw = s.strips[3].w();
+    k.Run(rect, step, d.out_w, h, out, buf + plan.scratch, false);
+    for (int64_t y = 0; y < h; ++y) {
+      const Dst* row = frame::RowAt(joined, out_step, y);
+      CopyPixels<Dst, kNc, K::kAlpha>(row, frame::RowAt(left, left_step, y), lw);
+      CopyPixels<Dst, kNc, K::kAlpha>(row + d.left.w() * kNc, frame::RowAt(right, right_step, y),
+                                      rw);
+    }
+  }
+
+  // overlay: the output rows are the source rows (the interior in place).
   template <class Out>
-  void RunRegion(const Region& r, bool force_copy, Out& out) const {
+  void RunRegion(const Region& r, bool force_copy, Out& out, bool overlay = false) const {
     int64_t step = 0;
     const Src* s = Prepare(r, force_copy, &step);
-    k.Run(s, step, r.w(), r.h(), out, buf + plan.scratch, in_place);
+    k.Run(s, step, r.w(), r.h(), out, buf + plan.scratch, overlay);
     out.Finish(r.h());
   }
 
@@ -307,12 +374,12 @@ struct BorderedCall {
   void RunMain(const Region& r) const {
     Dst* d = frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc;
     if (in_place && !K::kConsumesRows) {
-      RingRows<Dst, kNc, K::kAlpha> out{buf + plan.ring, plan.ring_pitch, k.Delay() + 1,
-                                        d, dst_step, r.w()};
-      RunRegion(r, false, out);
+      RingRows<Dst, kNc, K::kAlpha> out{
+          buf + plan.ring, plan.ring_pitch, k.Delay() + 1, d, dst_step, r.w()};
+      RunRegion(r, false, out, true);
     } else {
       DirectRows<Dst> out{d, dst_step};
-      RunRegion(r, false, out);
+      RunRegion(r, false, out, in_place);
     }
   }
 
@@ -326,35 +393,47 @@ struct BorderedCall {
       RunMain(s.main);
       return;
     }
-    if (!in_place) {
-      RunMain(s.main);
-      for (const Region& r : s.strips) {
-        if (r.empty()) continue;
-        DirectRows<Dst> out{frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc, dst_step};
-        RunRegion(r, false, out);
-      }
+    if (in_place) {
+      RunStripsInPlace(s);
       return;
     }
-    // In place: strips from the untouched source into the buffer, then the
-    // interior, then the strips into the image.
-    Dst* kept = reinterpret_cast<Dst*>(buf + plan.kept);
-    Dst* at = kept;
-    for (const Region& r : s.strips) {
-      if (r.empty()) continue;
-      DirectRows<Dst> out{at, r.w() * kNc * static_cast<int64_t>(sizeof(Dst))};
-      RunRegion(r, false, out);
-      at += r.w() * r.h() * kNc;
-    }
+    const bool join = JoinSides(s);
+    auto at_image = [&](const Region& r) { return frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc; };
     RunMain(s.main);
-    at = kept;
-    for (const Region& r : s.strips) {
+    for (int i = 0; i < (join ? 2 : 4); ++i) {
+      const Region& r = s.strips[i];
       if (r.empty()) continue;
-      for (int64_t y = 0; y < r.h(); ++y) {
-        CopyPixels<Dst, kNc, K::kAlpha>(at + y * r.w() * kNc,
-                                        frame::RowAt(dst, dst_step, r.y0 + y) + r.x0 * kNc,
-                                        r.w());
+      DirectRows<Dst> out{at_image(r), dst_step};
+      RunRegion(r, false, out);
+    }
+    if (join) RunSides(s, at_image(s.strips[2]), at_image(s.strips[3]), dst_step, dst_step);
+  }
+
+  // Strips from the untouched source into the buffer, then the interior in
+  // place, then the strips into the image.
+  void RunStripsInPlace(const Split& s) const {
+    const bool join = JoinSides(s);
+    Dst* kept[4] = {};
+    int64_t kept_step[4] = {};
+    Dst* at = reinterpret_cast<Dst*>(buf + plan.kept);
+    for (int i = 0; i < 4; ++i) {
+      kept[i] = at;
+      kept_step[i] = s.strips[i].w() * kNc * static_cast<int64_t>(sizeof(Dst));
+      at += s.strips[i].w() * s.strips[i].h() * kNc;
+    }
+    for (int i = 0; i < (join ? 2 : 4); ++i) {
+      if (s.strips[i].empty()) continue;
+      DirectRows<Dst> out{kept[i], kept_step[i]};
+      RunRegion(s.strips[i], false, out);
+    }
+    if (join) RunSides(s, kept[2], kept[3], kept_step[2], kept_step[3]);
+    RunMain(s.main);
+    for (int i = 0; i < 4; ++i) {
+      const Region& r = s.strips[i];
+      for (int64_t y = 0; y < r.h() && !r.empty(); ++y) {
+        CopyPixels<Dst, kNc, K::kAlpha>(frame::RowAt(kept[i], kept_step[i], y),
+                                        frame::RowAt(dst, dst_step, r.y0 + y) + r.x0 * kNc, r.w());
       }
-      at += r.w() * r.h() * kNc;
     }
   }
 };
@@ -371,12 +450,23 @@ void RunBordered(const K& k, const typename K::Src* src, int src_step, typename 
                  const typename K::Src* value, uint8_t* buffer) {
   using Src = typename K::Src;
   using Dst = typename K::Dst;
-  const bool in_place = std::is_same_v<Src, Dst> &&
-                        static_cast<const void*>(src) == static_cast<const void*>(dst);
+  const bool in_place =
+      std::is_same_v<Src, Dst> && static_cast<const void*>(src) == static_cast<const void*>(dst);
   const Split s = SplitRoi(roi.width, roi.height, m, b);
   const BufferPlan plan = PlanBuffer(k, s, roi.width, roi.height, m, b.flags, in_place);
-  BorderedCall<K> call{k, src, src_step, dst, dst_step, roi.width, roi.height, m, b,
-                       value, AlignBuffer(buffer), plan, in_place};
+  BorderedCall<K> call{k,
+                       src,
+                       src_step,
+                       dst,
+                       dst_step,
+                       roi.width,
+                       roi.height,
+                       m,
+                       b,
+                       value,
+                       AlignBuffer(buffer),
+                       plan,
+                       in_place};
   call.Run(s);
 }
 

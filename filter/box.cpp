@@ -21,17 +21,20 @@ NYX_D1(nyxiCopy_32f_C4R);
 namespace nyx::box {
 namespace {
 
-using frame::Layout;
 using filter::MaskGeom;
+using frame::Layout;
 
 enum class Kind { kBox, kSum };
 
 template <Layout L>
 NyxStatus CopyFloat(const float* src, int ss, float* dst, int ds, NyxiSize roi) {
   if (src == dst && ss == ds) return nyxStsNoErr;
-  if constexpr (L == Layout::kC1) return d1_nyxiCopy_32f_C1R(src, ss, dst, ds, roi);
-  else if constexpr (L == Layout::kC3) return d1_nyxiCopy_32f_C3R(src, ss, dst, ds, roi);
-  else return d1_nyxiCopy_32f_C4R(src, ss, dst, ds, roi);
+  if constexpr (L == Layout::kC1)
+    return d1_nyxiCopy_32f_C1R(src, ss, dst, ds, roi);
+  else if constexpr (L == Layout::kC3)
+    return d1_nyxiCopy_32f_C3R(src, ss, dst, ds, roi);
+  else
+    return d1_nyxiCopy_32f_C4R(src, ss, dst, ds, roi);
 }
 
 // Calls fn(kernel) with the column-sum kernel whose sums hold the largest
@@ -42,7 +45,8 @@ void WithSums(const MaskGeom& m, const Fin& fin, Fn&& fn) {
   constexpr bool kAlpha = L == Layout::kAC4;
   const int64_t n = m.mw * m.mh;
   if constexpr (sizeof(Src) == 1) {
-    if (n <= 65535 / 255) return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, Fin, kNc, kAlpha>{m.mw, m.mh, fin});
+    if (n <= 65535 / 255)
+      return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, Fin, kNc, kAlpha>{m.mw, m.mh, fin});
   }
   const int64_t max_sample = sizeof(Src) == 1 ? 255 : 65535;
   if (n <= (int64_t{1} << 30) / max_sample) {
@@ -56,23 +60,28 @@ void WithKernel(const MaskGeom& m, Fn&& fn) {
   const int64_t n = m.mw * m.mh;
   const float r = 1.0f / static_cast<float>(n);
   if constexpr (std::is_same_v<Src, float>) {
-    fn(avx2::RowSum32fKernel<frame::kChannels<L>, L == Layout::kAC4, kKind == Kind::kBox>{m.mw, m.mh, r});
+    fn(avx2::RowSum32fKernel<frame::kChannels<L>, L == Layout::kAC4, kKind == Kind::kBox>{m.mw,
+                                                                                          m.mh, r});
   } else if constexpr (kKind == Kind::kSum) {
-    if constexpr (std::is_same_v<Dst, float>) WithSums<Src, Dst, L>(m, avx2::SumFloat{}, fn);
-    else WithSums<Src, Dst, L>(m, avx2::SumInt{}, fn);
-  } else if constexpr (L == Layout::kC4 || L == Layout::kAC4) {
-    if constexpr (sizeof(Src) == 2) {
-      const bool biased = std::is_signed_v<Src>;
-      WithSums<Src, Dst, L>(m, avx2::HalfUp{r, biased ? 0x8000 * n : 0, biased}, fn);
-    } else {
-      WithSums<Src, Dst, L>(m, avx2::RoundEven{r}, fn);
-    }
+    if constexpr (std::is_same_v<Dst, float>)
+      WithSums<Src, Dst, L>(m, avx2::SumFloat{}, fn);
+    else
+      WithSums<Src, Dst, L>(m, avx2::SumInt{}, fn);
+  } else if constexpr (sizeof(Src) == 2 && (L == Layout::kC4 || L == Layout::kAC4)) {
+    const bool biased = std::is_signed_v<Src>;
+    WithSums<Src, Dst, L>(m, avx2::HalfUp{r, biased ? 0x8000 * n : 0, biased}, fn);
   } else {
     if constexpr (sizeof(Src) == 1 && L == Layout::kC1) {
       const uint32_t k = m.mw == 3 ? 29128 : (m.mw == 5 ? 671088 : 342392);
       if (m.mw == m.mh && (m.mw == 3 || m.mw == 5 || m.mw == 7)) {
         return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, avx2::MulShift, 1, false>{
             m.mw, m.mh, avx2::MulShift{k, m.mw == 3 ? 18 : 24}});
+      }
+    }
+    if constexpr (sizeof(Src) == 1) {
+      if (n % 2 == 1 && n > 1 && n <= 255) {
+        return fn(avx2::WindowSumKernel<Src, Dst, uint16_t, avx2::RoundOdd, frame::kChannels<L>,
+                                        L == Layout::kAC4>{m.mw, m.mh, avx2::RoundOdd::For(n)});
       }
     }
     WithSums<Src, Dst, L>(m, avx2::RoundEven{r}, fn);
@@ -121,15 +130,20 @@ NyxStatus BufferSize(NyxiSize roi, NyxiSize mask, NyxDataType type, int nc, int*
   const I W = roi.width, H = roi.height, mw = m.mw, mh = m.mh, rx = m.rx, ry = m.ry;
   const I es = type == nyx8u ? 1 : (type == nyx32f ? 4 : 2);
   // S: rectangles with their border, kept strips.
-  const I s = 4 * nc * (2 * ((mh + ry - 1) * (W + mw - 1) + (H + mh - 1) * (mw + rx - 1)) +
-                        (mh == 2 ? W + mw - 1 : 0) + (mw == 2 ? H + mh - 1 : 0));
+  const I s = 4 * nc *
+              (2 * ((mh + ry - 1) * (W + mw - 1) + (H + mh - 1) * (mw + rx - 1)) +
+               (mh == 2 ? W + mw - 1 : 0) + (mw == 2 ? H + mh - 1 : 0));
   // K: kernel scratch.
   I k;
-  if (nc > 1) k = 16 * (W + mw + 3);
+  if (nc > 1)
+    k = 16 * (W + mw + 3);
   else if (type == nyx16u || type == nyx16s) {
-    if (mw == 3 && mh == 3) k = ((8 * W + 62) & ~I{63}) + 64;
-    else if (mw == 5 && mh == 5) k = ((16 * W + 124) & ~I{127}) | 64;
-    else k = 128 + 8 * (W + mw + 3);
+    if (mw == 3 && mh == 3)
+      k = ((8 * W + 62) & ~I{63}) + 64;
+    else if (mw == 5 && mh == 5)
+      k = ((16 * W + 124) & ~I{127}) | 64;
+    else
+      k = 128 + 8 * (W + mw + 3);
   } else {
     k = 4 * (W + mw + 3);
   }
@@ -185,14 +199,14 @@ NYX_ENTRY(NyxStatus, nyxiSumWindowGetBufferSize,
   return nyx::box::BufferSize(roiSize, maskSize, dataType, numChannels, pBufferSize);
 }
 
-#define NYX_BOX_ENTRY(Op, KK, TS, TD, tag, D)                                                 \
-  NYX_ENTRY(NyxStatus, nyxi##Op##_##tag##_##D##R,                                             \
-            (const Nyx##TS* pSrc, int srcStep, Nyx##TD* pDst, int dstStep, NyxiSize roiSize,  \
-             NyxiSize maskSize, NyxiBorderType border, const Nyx##TS* pBorderValue,           \
-             Nyx8u* pBuffer),                                                                 \
-            (pSrc, srcStep, pDst, dstStep, roiSize, maskSize, border, pBorderValue, pBuffer)) { \
+#define NYX_BOX_ENTRY(Op, KK, TS, TD, tag, D)                                                  \
+  NYX_ENTRY(                                                                                   \
+      NyxStatus, nyxi##Op##_##tag##_##D##R,                                                    \
+      (const Nyx##TS* pSrc, int srcStep, Nyx##TD* pDst, int dstStep, NyxiSize roiSize,         \
+       NyxiSize maskSize, NyxiBorderType border, const Nyx##TS* pBorderValue, Nyx8u* pBuffer), \
+      (pSrc, srcStep, pDst, dstStep, roiSize, maskSize, border, pBorderValue, pBuffer)) {      \
     return nyx::box::Frame<nyx::box::Kind::k##KK, Nyx##TS, Nyx##TD, nyx::frame::Layout::k##D>( \
-        pSrc, srcStep, pDst, dstStep, roiSize, maskSize, border, pBorderValue, pBuffer);      \
+        pSrc, srcStep, pDst, dstStep, roiSize, maskSize, border, pBorderValue, pBuffer);       \
   }
 #define NYX_BOX_ENTRY_Box(...) NYX_BOX_ENTRY(FilterBoxBorder, Box, __VA_ARGS__)
 #define NYX_BOX_ENTRY_Sum(...) NYX_BOX_ENTRY(SumWindow, Sum, __VA_ARGS__)

@@ -119,13 +119,13 @@ NYX_ENTRY(NyxStatus, nyxiFilterBox_64f_C1R,
   return nyx::box1d::Box64f(pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor);
 }
 
-#define NYX_SUM_WINDOW_1D_ENTRY(Dir, TS, tag, D)                                                \
-  NYX_ENTRY(NyxStatus, nyxiSumWindow##Dir##_##tag##_##D##R,                                     \
+#define NYX_SUM_WINDOW_1D_ENTRY(Dir, TS, tag, D)                                               \
+  NYX_ENTRY(NyxStatus, nyxiSumWindow##Dir##_##tag##_##D##R,                                    \
             (const Nyx##TS* pSrc, int srcStep, Nyx32f* pDst, int dstStep, NyxiSize dstRoiSize, \
-             int maskSize, int anchor),                                                         \
-            (pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor)) {                     \
-    return nyx::box1d::Dir<Nyx##TS, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,     \
-                                                              dstRoiSize, maskSize, anchor);    \
+             int maskSize, int anchor),                                                        \
+            (pSrc, srcStep, pDst, dstStep, dstRoiSize, maskSize, anchor)) {                    \
+    return nyx::box1d::Dir<Nyx##TS, nyx::frame::Layout::k##D>(pSrc, srcStep, pDst, dstStep,    \
+                                                              dstRoiSize, maskSize, anchor);   \
   }
 #define NYX_EMIT_SUM_WINDOW_1D(TS, tag, D) \
   NYX_SUM_WINDOW_1D_ENTRY(Row, TS, tag, D) NYX_SUM_WINDOW_1D_ENTRY(Column, TS, tag, D)

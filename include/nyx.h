@@ -186,7 +186,7 @@ enum {
   nyxBorderInMemBack = 0x2000
 };
 
-typedef struct { int borderLeft, borderTop, borderRight, borderBottom; } NyxiBorderSize;
+typedef struct { Nyx32u borderLeft, borderTop, borderRight, borderBottom; } NyxiBorderSize;
 typedef struct { int width, height, depth; } NyxrVolume;
 typedef struct { NyxSizeL width, height, depth; } NyxrVolumeL;
 
@@ -328,6 +328,8 @@ NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
 /* END SECTION arith */
 
 /* --- Copy, set and channel operations ------------------------------------
+ * Copies, fills and channel moves; no stride tests except where noted
+ * (SwapChannels refuses a zero stride, the diagonal Mirror a stride below 1).
  * BEGIN SECTION copy */
 
 #define NYX_COPY_PROTO(T, D)                                                             \
@@ -336,23 +338,203 @@ NYX_BINARY_SFS_PROTO(Add, 8u, AC4)
   NYX_API NyxStatus nyxiCopy_##T##_##D##R_L(const Nyx##T* pSrc, NyxSizeL srcStep,        \
                                             Nyx##T* pDst, NyxSizeL dstStep,              \
                                             NyxiSizeL roiSize);
+/* Masked copy: a pixel is written where its 8u mask sample is not zero. */
+#define NYX_COPY_M_PROTO(T, D)                                                            \
+  NYX_API NyxStatus nyxiCopy_##T##_##D##MR(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                           int dstStep, NyxiSize roiSize,                 \
+                                           const Nyx8u* pMask, int maskStep);
+/* Channel moves (C3C1, C1C3, C3CR, C3AC4, ...): the pointers of a one-channel
+ * side of a C3C1/C1C3 pair and both pointers of a CR form point at the channel. */
+#define NYX_COPY_CH_PROTO(T, D)                                                          \
+  NYX_API NyxStatus nyxiCopy_##T##_##D(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,    \
+                                       int dstStep, NyxiSize roiSize);
+/* Interleaved to planes and back: all planes share one stride. */
+#define NYX_COPY_PLANAR_PROTO(T, N)                                                         \
+  NYX_API NyxStatus nyxiCopy_##T##_C##N##P##N##R(const Nyx##T* pSrc, int srcStep,          \
+                                                 Nyx##T* const pDst[N], int dstStep,       \
+                                                 NyxiSize roiSize);                        \
+  NYX_API NyxStatus nyxiCopy_##T##_P##N##C##N##R(const Nyx##T* const pSrc[N], int srcStep, \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize);
 #define NYX_SET_PROTO_C1(T) \
   NYX_API NyxStatus nyxiSet_##T##_C1R(Nyx##T value, Nyx##T* pDst, int dstStep, NyxiSize roiSize);
 #define NYX_SET_PROTO_CN(T, D, N)                                                          \
   NYX_API NyxStatus nyxiSet_##T##_##D##R(const Nyx##T value[N], Nyx##T* pDst, int dstStep, \
                                          NyxiSize roiSize);
-#define NYX_COPY_SET_PROTO_T(T)                                                    \
-  NYX_COPY_PROTO(T, C1) NYX_COPY_PROTO(T, C3) NYX_COPY_PROTO(T, C4) NYX_COPY_PROTO(T, AC4) \
-  NYX_SET_PROTO_C1(T) NYX_SET_PROTO_CN(T, C3, 3) NYX_SET_PROTO_CN(T, C4, 4)        \
-  NYX_SET_PROTO_CN(T, AC4, 3)
+#define NYX_SET_PROTO_MORE(T)                                                                  \
+  NYX_API NyxStatus nyxiSet_##T##_C3CR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize);                                      \
+  NYX_API NyxStatus nyxiSet_##T##_C4CR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize);                                      \
+  NYX_API NyxStatus nyxiSet_##T##_C1MR(Nyx##T value, Nyx##T* pDst, int dstStep,                \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_C3MR(const Nyx##T value[3], Nyx##T* pDst, int dstStep,       \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_C4MR(const Nyx##T value[4], Nyx##T* pDst, int dstStep,       \
+                                       NyxiSize roiSize, const Nyx8u* pMask, int maskStep);    \
+  NYX_API NyxStatus nyxiSet_##T##_AC4MR(const Nyx##T value[3], Nyx##T* pDst, int dstStep,      \
+                                        NyxiSize roiSize, const Nyx8u* pMask, int maskStep);
+/* dstOrder[c] is the source channel of destination channel c. In C3C4R an
+ * entry above 2 takes val instead. */
+#define NYX_SWAP_PROTO(T)                                                                       \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C3R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,  \
+                                               int dstStep, NyxiSize roiSize,                  \
+                                               const int dstOrder[3]);                         \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C4R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst,  \
+                                               int dstStep, NyxiSize roiSize,                  \
+                                               const int dstOrder[4]);                         \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_AC4R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                                int dstStep, NyxiSize roiSize,                 \
+                                                const int dstOrder[3]);                        \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C3C4R(const Nyx##T* pSrc, int srcStep,              \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize,  \
+                                                 const int dstOrder[4], Nyx##T val);           \
+  NYX_API NyxStatus nyxiSwapChannels_##T##_C4C3R(const Nyx##T* pSrc, int srcStep,              \
+                                                 Nyx##T* pDst, int dstStep, NyxiSize roiSize,  \
+                                                 const int dstOrder[3]);
+/* The ROI size is the source's; the destination is height by width. */
+#define NYX_TRANSPOSE_PROTO(T, D)                                                              \
+  NYX_API NyxStatus nyxiTranspose_##T##_##D##R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                               int dstStep, NyxiSize roiSize);                 \
+  NYX_API NyxStatus nyxiTranspose_##T##_##D##IR(Nyx##T* pSrcDst, int srcDstStep,              \
+                                                NyxiSize roiSize);
+#define NYX_MIRROR_PROTO(T, D)                                                              \
+  NYX_API NyxStatus nyxiMirror_##T##_##D##R(const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, \
+                                            int dstStep, NyxiSize roiSize, NyxiAxis flip); \
+  NYX_API NyxStatus nyxiMirror_##T##_##D##IR(Nyx##T* pSrcDst, int srcDstStep,              \
+                                             NyxiSize roiSize, NyxiAxis flip);
+#define NYX_COPY_SET_PROTO_T(T)                                                              \
+  NYX_COPY_PROTO(T, C1) NYX_COPY_PROTO(T, C3) NYX_COPY_PROTO(T, C4) NYX_COPY_PROTO(T, AC4)   \
+  NYX_COPY_M_PROTO(T, C1) NYX_COPY_M_PROTO(T, C3) NYX_COPY_M_PROTO(T, C4)                    \
+  NYX_COPY_M_PROTO(T, AC4) NYX_COPY_CH_PROTO(T, C3C1R) NYX_COPY_CH_PROTO(T, C4C1R)           \
+  NYX_COPY_CH_PROTO(T, C1C3R) NYX_COPY_CH_PROTO(T, C1C4R) NYX_COPY_CH_PROTO(T, C3CR)         \
+  NYX_COPY_CH_PROTO(T, C4CR) NYX_COPY_CH_PROTO(T, C3AC4R) NYX_COPY_CH_PROTO(T, AC4C3R)       \
+  NYX_COPY_PLANAR_PROTO(T, 3) NYX_COPY_PLANAR_PROTO(T, 4)                                    \
+  NYX_SET_PROTO_C1(T) NYX_SET_PROTO_CN(T, C3, 3) NYX_SET_PROTO_CN(T, C4, 4)                  \
+  NYX_SET_PROTO_CN(T, AC4, 3) NYX_SET_PROTO_MORE(T) NYX_SWAP_PROTO(T)                        \
+  NYX_TRANSPOSE_PROTO(T, C1) NYX_TRANSPOSE_PROTO(T, C3) NYX_TRANSPOSE_PROTO(T, C4)           \
+  NYX_MIRROR_PROTO(T, C1) NYX_MIRROR_PROTO(T, C3) NYX_MIRROR_PROTO(T, C4)                    \
+  NYX_MIRROR_PROTO(T, AC4)
 NYX_COPY_SET_PROTO_T(8u)
 NYX_COPY_SET_PROTO_T(16u)
 NYX_COPY_SET_PROTO_T(16s)
 NYX_COPY_SET_PROTO_T(32s)
 NYX_COPY_SET_PROTO_T(32f)
 
+/* flags: nyxCopyStreamStore, nyxCopyStreamLoad; other bits are ignored. The
+ * bytes written never depend on the flags. */
+NYX_API NyxStatus nyxiCopyManaged_8u_C1R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst,
+                                         int dstStep, NyxiSize roiSize, int flags);
+NYX_API NyxStatus nyxiDup_8u_C1C3R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst, int dstStep,
+                                   NyxiSize roiSize);
+NYX_API NyxStatus nyxiDup_8u_C1C4R(const Nyx8u* pSrc, int srcStep, Nyx8u* pDst, int dstStep,
+                                   NyxiSize roiSize);
+NYX_API NyxStatus nyxiSwapChannels_8u_C3IR(Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                           const int dstOrder[3]);
+NYX_API NyxStatus nyxiSwapChannels_8u_C4IR(Nyx8u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                           const int dstOrder[4]);
+NYX_API NyxStatus nyxiTranspose_32fc_C1R(const Nyx32fc* pSrc, int srcStep, Nyx32fc* pDst,
+                                         int dstStep, NyxiSize roiSize);
+
 /* END SECTION copy */
 
+/* --- Border extension -----------------------------------------------------
+ * Copy a source into a larger destination at (topBorderHeight,
+ * leftBorderWidth) and make the frame around it: Const fills it with one
+ * value per channel (C1 by value, C3 and AC4 three, C4 four), Replicate
+ * repeats the edge pixels, Mirror reflects about the edge pixel (not
+ * repeated), Wrap repeats the image periodically. Borders may be any width.
+ * AC4 forms leave the fourth sample of every destination pixel as it was.
+ * IR forms: pSrc stands inside the destination already; the destination
+ * starts topBorderHeight rows and leftBorderWidth pixels before it and only
+ * the frame is written. The R forms of Replicate and Mirror given equal
+ * pointers run as the IR form (with dstStep) before any test; Wrap does so
+ * after its tests.
+ * BEGIN SECTION border */
+
+#define NYX_BORDER_VALUE_C1(T) Nyx##T value
+#define NYX_BORDER_VALUE_C3(T) const Nyx##T value[3]
+#define NYX_BORDER_VALUE_C4(T) const Nyx##T value[4]
+#define NYX_BORDER_VALUE_AC4(T) const Nyx##T value[3]
+
+#define NYX_COPY_BORDER_PROTO(Op, T, D)                                                        \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##R(const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, \
+                                            Nyx##T* pDst, int dstStep, NyxiSize dstRoiSize,      \
+                                            int topBorderHeight, int leftBorderWidth);           \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IR(Nyx##T* pSrc, int srcDstStep, NyxiSize srcRoiSize,  \
+                                             NyxiSize dstRoiSize, int topBorderHeight,           \
+                                             int leftBorderWidth);                               \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##R_L(                                                   \
+      const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst, NyxSizeL dstStep, \
+      NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth);                 \
+  NYX_API NyxStatus nyxi##Op##_##T##_##D##IR_L(Nyx##T* pSrc, NyxSizeL srcDstStep,                \
+                                               NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,       \
+                                               NyxSizeL topBorderHeight,                         \
+                                               NyxSizeL leftBorderWidth);
+
+#define NYX_COPY_CONST_BORDER_PROTO(T, D)                                                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##R(                                           \
+      const Nyx##T* pSrc, int srcStep, NyxiSize srcRoiSize, Nyx##T* pDst, int dstStep,          \
+      NyxiSize dstRoiSize, int topBorderHeight, int leftBorderWidth, NYX_BORDER_VALUE_##D(T));  \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##IR(                                          \
+      Nyx##T* pSrc, int srcDstStep, NyxiSize srcRoiSize, NyxiSize dstRoiSize,                   \
+      int topBorderHeight, int leftBorderWidth, NYX_BORDER_VALUE_##D(T));                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##R_L(                                         \
+      const Nyx##T* pSrc, NyxSizeL srcStep, NyxiSizeL srcRoiSize, Nyx##T* pDst,                 \
+      NyxSizeL dstStep, NyxiSizeL dstRoiSize, NyxSizeL topBorderHeight,                         \
+      NyxSizeL leftBorderWidth, NYX_BORDER_VALUE_##D(T));                                       \
+  NYX_API NyxStatus nyxiCopyConstBorder_##T##_##D##IR_L(                                        \
+      Nyx##T* pSrc, NyxSizeL srcDstStep, NyxiSizeL srcRoiSize, NyxiSizeL dstRoiSize,            \
+      NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth, NYX_BORDER_VALUE_##D(T));
+
+#define NYX_COPY_BORDER_PROTO_T(T)                                                              \
+  NYX_COPY_CONST_BORDER_PROTO(T, C1) NYX_COPY_CONST_BORDER_PROTO(T, C3)                         \
+  NYX_COPY_CONST_BORDER_PROTO(T, C4) NYX_COPY_CONST_BORDER_PROTO(T, AC4)                        \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C1)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C3)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, C4)                                             \
+  NYX_COPY_BORDER_PROTO(CopyReplicateBorder, T, AC4)                                            \
+  NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C1) NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C3) \
+  NYX_COPY_BORDER_PROTO(CopyMirrorBorder, T, C4)
+NYX_COPY_BORDER_PROTO_T(8u)
+NYX_COPY_BORDER_PROTO_T(16u)
+NYX_COPY_BORDER_PROTO_T(16s)
+NYX_COPY_BORDER_PROTO_T(32s)
+NYX_COPY_BORDER_PROTO_T(32f)
+NYX_COPY_BORDER_PROTO(CopyWrapBorder, 32s, C1)
+NYX_COPY_BORDER_PROTO(CopyWrapBorder, 32f, C1)
+#undef NYX_COPY_BORDER_PROTO_T
+
+/* Volumes: planes are extended one by one with the same top and left;
+ * forwardBorderDepth planes go before the source planes and the rest after.
+ * Const fills the forward and backward planes with *pValue; Replicate repeats
+ * the first and last extended planes. Steps are in bytes. */
+#define NYX_COPY_VOLUME_BORDER_PROTO(T)                                                         \
+  NYX_API NyxStatus nyxrCopyConstBorder_##T##_C1V(                                              \
+      const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume, Nyx##T* pDst, \
+      int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume, int topBorderHeight,             \
+      int leftBorderWidth, int forwardBorderDepth, const Nyx##T* pValue);                      \
+  NYX_API NyxStatus nyxrCopyConstBorder_##T##_C1V_L(                                            \
+      const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,                \
+      NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                        \
+      NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,             \
+      NyxSizeL forwardBorderDepth, const Nyx##T* pValue);                                       \
+  NYX_API NyxStatus nyxrCopyReplicateBorder_##T##_C1V(                                          \
+      const Nyx##T* pSrc, int srcPlaneStep, int srcStep, NyxrVolume srcRoiVolume, Nyx##T* pDst, \
+      int dstPlaneStep, int dstStep, NyxrVolume dstRoiVolume, int topBorderHeight,             \
+      int leftBorderWidth, int forwardBorderDepth);                                             \
+  NYX_API NyxStatus nyxrCopyReplicateBorder_##T##_C1V_L(                                        \
+      const Nyx##T* pSrc, NyxSizeL srcPlaneStep, NyxSizeL srcStep, Nyx##T* pDst,                \
+      NyxSizeL dstPlaneStep, NyxSizeL dstStep, NyxrVolumeL srcRoiVolume,                        \
+      NyxrVolumeL dstRoiVolume, NyxSizeL topBorderHeight, NyxSizeL leftBorderWidth,             \
+      NyxSizeL forwardBorderDepth);
+NYX_COPY_VOLUME_BORDER_PROTO(8u)
+NYX_COPY_VOLUME_BORDER_PROTO(16u)
+NYX_COPY_VOLUME_BORDER_PROTO(16s)
+NYX_COPY_VOLUME_BORDER_PROTO(32f)
+NYX_COPY_VOLUME_BORDER_PROTO(64f)
+#undef NYX_COPY_VOLUME_BORDER_PROTO
+
+/* END SECTION border */
 /* --- Box filter and window sums ------------------------------------------
  * FilterBoxBorder: mean of the mask around each pixel; SumWindow: the sum.
  * The anchor is fixed at ((mw-1)/2, (mh-1)/2); pixels beyond the ROI come
@@ -409,6 +591,162 @@ NYX_SUM_WINDOW_1D_PROTO_T(16s, 16s32f)
 #undef NYX_SUM_WINDOW_1D_PROTO
 
 /* END SECTION filter-box */
+/* --- Conversion and scaling -----------------------------------------------
+ * NyxRoundMode: 0 toward zero, 1 nearest even, 2 ties away from zero.
+ * Rows whose strides equal their row bytes are processed as one row.
+ * BEGIN SECTION convert */
+
+#define NYX_CONVERT_PROTO(S, D, Desc)                                              \
+  NYX_API NyxStatus nyxiConvert_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                   Nyx##D* pDst, int dstStep,      \
+                                                   NyxiSize roiSize);
+#define NYX_CONVERT_PROTO_ALL(S, D)                                              \
+  NYX_CONVERT_PROTO(S, D, C1) NYX_CONVERT_PROTO(S, D, C3) NYX_CONVERT_PROTO(S, D, C4) \
+  NYX_CONVERT_PROTO(S, D, AC4)
+#define NYX_CONVERT_ROUND_PROTO(S, D, Desc)                                        \
+  NYX_API NyxStatus nyxiConvert_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                   Nyx##D* pDst, int dstStep,      \
+                                                   NyxiSize roiSize, NyxRoundMode roundMode);
+#define NYX_CONVERT_ROUND_PROTO_ALL(S, D)                                              \
+  NYX_CONVERT_ROUND_PROTO(S, D, C1) NYX_CONVERT_ROUND_PROTO(S, D, C3)                   \
+  NYX_CONVERT_ROUND_PROTO(S, D, C4) NYX_CONVERT_ROUND_PROTO(S, D, AC4)
+#define NYX_CONVERT_SFS_PROTO(S, D)                                                   \
+  NYX_API NyxStatus nyxiConvert_##S##D##_C1RSfs(const Nyx##S* pSrc, int srcStep,      \
+                                                Nyx##D* pDst, int dstStep,            \
+                                                NyxiSize roiSize, NyxRoundMode roundMode, \
+                                                int scaleFactor);
+#define NYX_CONVERT_RS_PROTO(S, D)                                                  \
+  NYX_API NyxStatus nyxiConvert_##S##D##_C1Rs(const Nyx##S* pSrc, int srcStep,      \
+                                              Nyx##D* pDst, int dstStep, NyxiSize roiSize);
+
+NYX_CONVERT_PROTO_ALL(8u, 16u)
+NYX_CONVERT_PROTO_ALL(8u, 16s)
+NYX_CONVERT_PROTO_ALL(8u, 32s)
+NYX_CONVERT_PROTO_ALL(8u, 32f)
+NYX_CONVERT_PROTO_ALL(8s, 32s)
+NYX_CONVERT_PROTO_ALL(8s, 32f)
+NYX_CONVERT_PROTO_ALL(16u, 32s)
+NYX_CONVERT_PROTO_ALL(16u, 32f)
+NYX_CONVERT_PROTO_ALL(16s, 32s)
+NYX_CONVERT_PROTO_ALL(16s, 32f)
+NYX_CONVERT_PROTO_ALL(16u, 8u)
+NYX_CONVERT_PROTO_ALL(16s, 8u)
+NYX_CONVERT_PROTO_ALL(32s, 8u)
+NYX_CONVERT_PROTO_ALL(32s, 8s)
+NYX_CONVERT_PROTO(8s, 16s, C1)
+NYX_CONVERT_PROTO(16u, 32u, C1)
+NYX_CONVERT_PROTO(32s, 32f, C1)
+NYX_CONVERT_PROTO(32u, 32f, C1)
+NYX_CONVERT_PROTO(8s, 64f, C1)
+
+/* Float to integer. Mode 2 (any value above 1): NaN and +inf give the
+ * type's maximum. Modes 0 and 1: values too large give the maximum, while
+ * NaN and +inf give the type's minimum. */
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 8u)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 8s)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 16u)
+NYX_CONVERT_ROUND_PROTO_ALL(32f, 16s)
+
+/* saturate(round_mode(x * 2^-scaleFactor)); a mode outside 0..2 gives
+ * nyxStsNotSupportedModeErr; NaN gives the type's minimum (0 if unsigned). */
+NYX_CONVERT_SFS_PROTO(16s, 8s)
+NYX_CONVERT_SFS_PROTO(16u, 16s)
+NYX_CONVERT_SFS_PROTO(16u, 8s)
+NYX_CONVERT_SFS_PROTO(32f, 16s)
+NYX_CONVERT_SFS_PROTO(32f, 16u)
+NYX_CONVERT_SFS_PROTO(32f, 32s)
+NYX_CONVERT_SFS_PROTO(32f, 32u)
+NYX_CONVERT_SFS_PROTO(32f, 8s)
+NYX_CONVERT_SFS_PROTO(32f, 8u)
+NYX_CONVERT_SFS_PROTO(32s, 16s)
+NYX_CONVERT_SFS_PROTO(32s, 16u)
+NYX_CONVERT_SFS_PROTO(32u, 16s)
+NYX_CONVERT_SFS_PROTO(32u, 16u)
+NYX_CONVERT_SFS_PROTO(32u, 32s)
+NYX_CONVERT_SFS_PROTO(32u, 8s)
+NYX_CONVERT_SFS_PROTO(32u, 8u)
+NYX_CONVERT_SFS_PROTO(64f, 16s)
+NYX_CONVERT_SFS_PROTO(64f, 16u)
+NYX_CONVERT_SFS_PROTO(64f, 8s)
+NYX_CONVERT_SFS_PROTO(64f, 8u)
+NYX_CONVERT_SFS_PROTO(8u, 8s)
+/* In place: the image holds 32f samples on entry and 32u samples on return. */
+NYX_API NyxStatus nyxiConvert_32f32u_C1IRSfs(Nyx32u* pSrcDst, int srcDstStep, NyxiSize roiSize,
+                                             NyxRoundMode roundMode, int scaleFactor);
+
+NYX_CONVERT_RS_PROTO(8s, 8u)
+NYX_CONVERT_RS_PROTO(8s, 16u)
+NYX_CONVERT_RS_PROTO(8s, 32u)
+NYX_CONVERT_RS_PROTO(16s, 16u)
+NYX_CONVERT_RS_PROTO(16s, 32u)
+NYX_CONVERT_RS_PROTO(32s, 32u)
+
+/* nyxiScale: the full range of the source type onto that of the destination. */
+#define NYX_SCALE_PROTO_T(S, D, Desc, Extra)                                     \
+  NYX_API NyxStatus nyxiScale_##S##D##_##Desc##R(const Nyx##S* pSrc, int srcStep, \
+                                                 Nyx##D* pDst, int dstStep,      \
+                                                 NyxiSize roiSize NYX_SCALE_##Extra##_EXTRA);
+#define NYX_SCALE_NO_EXTRA
+#define NYX_SCALE_RANGE_EXTRA , Nyx32f vMin, Nyx32f vMax
+#define NYX_SCALE_HINT_EXTRA , NyxHintAlgorithm hint
+#define NYX_SCALE_PROTO_ALL(S, D, Extra)                                          \
+  NYX_SCALE_PROTO_T(S, D, C1, Extra) NYX_SCALE_PROTO_T(S, D, C3, Extra)            \
+  NYX_SCALE_PROTO_T(S, D, C4, Extra) NYX_SCALE_PROTO_T(S, D, AC4, Extra)
+NYX_SCALE_PROTO_ALL(8u, 16u, NO)
+NYX_SCALE_PROTO_ALL(8u, 16s, NO)
+NYX_SCALE_PROTO_ALL(8u, 32s, NO)
+NYX_SCALE_PROTO_ALL(8u, 32f, RANGE)
+NYX_SCALE_PROTO_ALL(32f, 8u, RANGE)
+NYX_SCALE_PROTO_ALL(16s, 8u, HINT)
+NYX_SCALE_PROTO_ALL(16u, 8u, HINT)
+NYX_SCALE_PROTO_ALL(32s, 8u, HINT)
+
+/* nyxiScaleC: dst = saturate(round(src * mVal + aVal)); hint 2 computes in
+ * double, any other hint in single. */
+#define NYX_SCALEC_PROTO(S, D)                                                       \
+  NYX_API NyxStatus nyxiScaleC_##S##D##_C1R(const Nyx##S* pSrc, int srcStep, Nyx64f mVal, \
+                                            Nyx64f aVal, Nyx##D* pDst, int dstStep,    \
+                                            NyxiSize roiSize, NyxHintAlgorithm hint);
+#define NYX_SCALEC_PROTO_SAME(T)                                                     \
+  NYX_API NyxStatus nyxiScaleC_##T##_C1R(const Nyx##T* pSrc, int srcStep, Nyx64f mVal,    \
+                                         Nyx64f aVal, Nyx##T* pDst, int dstStep,       \
+                                         NyxiSize roiSize, NyxHintAlgorithm hint);     \
+  NYX_API NyxStatus nyxiScaleC_##T##_C1IR(Nyx64f mVal, Nyx64f aVal, Nyx##T* pSrcDst,     \
+                                          int srcDstStep, NyxiSize roiSize,            \
+                                          NyxHintAlgorithm hint);
+NYX_SCALEC_PROTO(8u, 8s) NYX_SCALEC_PROTO(8u, 16u) NYX_SCALEC_PROTO(8u, 16s)
+NYX_SCALEC_PROTO(8u, 32s) NYX_SCALEC_PROTO(8u, 32f) NYX_SCALEC_PROTO(8u, 64f)
+NYX_SCALEC_PROTO(8s, 8u) NYX_SCALEC_PROTO(8s, 16u) NYX_SCALEC_PROTO(8s, 16s)
+NYX_SCALEC_PROTO(8s, 32s) NYX_SCALEC_PROTO(8s, 32f) NYX_SCALEC_PROTO(8s, 64f)
+NYX_SCALEC_PROTO(16u, 8u) NYX_SCALEC_PROTO(16u, 8s) NYX_SCALEC_PROTO(16u, 16s)
+NYX_SCALEC_PROTO(16u, 32s) NYX_SCALEC_PROTO(16u, 32f) NYX_SCALEC_PROTO(16u, 64f)
+NYX_SCALEC_PROTO(16s, 8u) NYX_SCALEC_PROTO(16s, 8s) NYX_SCALEC_PROTO(16s, 16u)
+NYX_SCALEC_PROTO(16s, 32s) NYX_SCALEC_PROTO(16s, 32f) NYX_SCALEC_PROTO(16s, 64f)
+NYX_SCALEC_PROTO(32s, 8u) NYX_SCALEC_PROTO(32s, 8s) NYX_SCALEC_PROTO(32s, 16u)
+NYX_SCALEC_PROTO(32s, 16s) NYX_SCALEC_PROTO(32s, 32f) NYX_SCALEC_PROTO(32s, 64f)
+NYX_SCALEC_PROTO(32f, 8u) NYX_SCALEC_PROTO(32f, 8s) NYX_SCALEC_PROTO(32f, 16u)
+NYX_SCALEC_PROTO(32f, 16s) NYX_SCALEC_PROTO(32f, 32s) NYX_SCALEC_PROTO(32f, 64f)
+NYX_SCALEC_PROTO(64f, 8u) NYX_SCALEC_PROTO(64f, 8s) NYX_SCALEC_PROTO(64f, 16u)
+NYX_SCALEC_PROTO(64f, 16s) NYX_SCALEC_PROTO(64f, 32s) NYX_SCALEC_PROTO(64f, 32f)
+NYX_SCALEC_PROTO_SAME(8u) NYX_SCALEC_PROTO_SAME(8s) NYX_SCALEC_PROTO_SAME(16u)
+NYX_SCALEC_PROTO_SAME(16s) NYX_SCALEC_PROTO_SAME(32s) NYX_SCALEC_PROTO_SAME(32f)
+NYX_SCALEC_PROTO_SAME(64f)
+
+/* Packed bits (least significant bit first) to samples and back; a bit
+ * offset may be above 7. */
+#define NYX_BINGRAY_PROTO(T)                                                            \
+  NYX_API NyxStatus nyxiBinToGray_1u##T##_C1R(const Nyx8u* pSrc, int srcStep,             \
+                                              int srcBitOffset, Nyx##T* pDst, int dstStep, \
+                                              NyxiSize roiSize, Nyx##T loVal, Nyx##T hiVal); \
+  NYX_API NyxStatus nyxiGrayToBin_##T##1u_C1R(const Nyx##T* pSrc, int srcStep, Nyx8u* pDst,  \
+                                              int dstStep, int dstBitOffset,               \
+                                              NyxiSize roiSize, Nyx##T threshold);
+NYX_BINGRAY_PROTO(8u)
+NYX_BINGRAY_PROTO(16u)
+NYX_BINGRAY_PROTO(16s)
+NYX_BINGRAY_PROTO(32f)
+
+/* END SECTION convert */
 
 /* --- General kernel filter -----------------------------------------------
  * FilterBorder: convolution with a caller's kernel (flipped in both axes at

@@ -37,7 +37,8 @@ std::vector<T> WindowWithSum(int mw, int mh, int nc, const int64_t* sums, int64_
     const int64_t s = sums[c] - base * n;  // sum above the per-sample base
     const int64_t q = s >= 0 ? s / n : -((-s + n - 1) / n);
     const int64_t rem = s - q * n;
-    for (int64_t i = 0; i < n; ++i) img[static_cast<size_t>(i * nc + c)] = static_cast<T>(base + q + (i < rem));
+    for (int64_t i = 0; i < n; ++i)
+      img[static_cast<size_t>(i * nc + c)] = static_cast<T>(base + q + (i < rem));
   }
   return img;
 }
@@ -70,18 +71,24 @@ TEST(BoxRounding, MultiplyShiftConstantsOnEverySum) {
 }
 
 TEST(BoxRounding, NearestEvenOfTheFloatProductOnEverySum) {
-  // 8u through the float kernels: a 4x4 mask (r exact) and 3x5 (r inexact),
-  // C1 and C3.
-  for (NyxiSize mask : {NyxiSize{4, 4}, NyxiSize{3, 5}, NyxiSize{9, 1}}) {
+  // 8u: masks of even and odd area, r exact and inexact, C1 and C3 (C1 5x5
+  // takes the multiply-shift rule instead and is skipped there).
+  for (NyxiSize mask :
+       {NyxiSize{4, 4}, NyxiSize{3, 5}, NyxiSize{9, 1}, NyxiSize{15, 15}, NyxiSize{5, 5},
+        NyxiSize{1, 3}, NyxiSize{17, 15}, NyxiSize{13, 13}, NyxiSize{16, 16}, NyxiSize{17, 17}}) {
     const float r = 1.0f / static_cast<float>(mask.width * mask.height);
     for (int64_t s = 0; s <= 255 * mask.width * mask.height; ++s) {
       const int64_t want = nyx::ref::NearestEvenRule(s, r);
-      ASSERT_EQ(BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C1R, mask.width, mask.height, 1, &s, 0, 0),
-                want)
-          << "S " << s;
+      if (mask.width != 5) {
+        ASSERT_EQ(
+            BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C1R, mask.width, mask.height, 1, &s, 0, 0),
+            want)
+            << mask.width << "x" << mask.height << " S " << s;
+      }
       const int64_t sums[3] = {s, 255 * mask.width * mask.height - s, s / 2};
-      ASSERT_EQ(BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C3R, mask.width, mask.height, 3, sums, 0, 1),
-                nyx::ref::NearestEvenRule(sums[1], r));
+      ASSERT_EQ(
+          BoxOfWindow<Nyx8u>(nyxiFilterBoxBorder_8u_C3R, mask.width, mask.height, 3, sums, 0, 1),
+          nyx::ref::NearestEvenRule(sums[1], r));
     }
   }
   // 16-bit C1: 3x3 uses the float nearest 1/9, 0.1111111119f.
@@ -108,8 +115,12 @@ TEST(BoxRounding, HalfUpInOneFusedMultiplyAdd) {
       if (i < 3 * 65535 && n == 2) sums[0] = i;  // every sum of the 2x1 mask near 0
       const int c = i % 3;
       const int64_t u = nyx::ref::HalfUpRule(sums[c], r);
-      ASSERT_EQ(BoxOfWindow<Nyx16u>(nyxiFilterBoxBorder_16u_C4R, mask.width, mask.height, 4, sums, 0, c), u);
-      ASSERT_EQ(BoxOfWindow<Nyx16u>(nyxiFilterBoxBorder_16u_AC4R, mask.width, mask.height, 4, sums, 0, c), u);
+      ASSERT_EQ(
+          BoxOfWindow<Nyx16u>(nyxiFilterBoxBorder_16u_C4R, mask.width, mask.height, 4, sums, 0, c),
+          u);
+      ASSERT_EQ(
+          BoxOfWindow<Nyx16u>(nyxiFilterBoxBorder_16u_AC4R, mask.width, mask.height, 4, sums, 0, c),
+          u);
       // 16s: the same sums seen as biased samples.
       int64_t signed_sums[4];
       for (int k = 0; k < 4; ++k) signed_sums[k] = sums[k] - 32768 * n;
@@ -185,7 +196,8 @@ TEST(BoxCases, EvenMaskReachesRightAndDownOnly) {
   const int W = 37, H = 5;
   GuardedBuffer mem(static_cast<size_t>((W + 1) * (H + 1)), true);
   for (size_t i = 0; i < mem.size(); ++i) mem.data()[i] = static_cast<Nyx8u>(i * 7);
-  std::vector<Nyx8u> dst(W * H), buffer(static_cast<size_t>(BoxBufferSize({W, H}, {2, 2}, nyx8u, 1)));
+  std::vector<Nyx8u> dst(W * H),
+      buffer(static_cast<size_t>(BoxBufferSize({W, H}, {2, 2}, nyx8u, 1)));
   ASSERT_EQ(nyxiFilterBoxBorder_8u_C1R(mem.data(), W + 1, dst.data(), W, {W, H}, {2, 2}, 0xF0,
                                        nullptr, buffer.data()),
             nyxStsNoErr);
@@ -205,9 +217,9 @@ TEST(BoxCases, MirrorWithMaskOfTwoReflectsAcrossTheEdge) {
   for (auto word : {nyxBorderMirror, nyxBorderRepl}) {
     Nyx16u dst[9] = {};
     std::vector<Nyx8u> buffer(static_cast<size_t>(BoxBufferSize({3, 3}, {2, 2}, nyx16u, 1)));
-    ASSERT_EQ(nyxiFilterBoxBorder_16u_C1R(src, 6, dst, 6, {3, 3}, {2, 2}, word, nullptr,
-                                          buffer.data()),
-              nyxStsNoErr);
+    ASSERT_EQ(
+        nyxiFilterBoxBorder_16u_C1R(src, 6, dst, 6, {3, 3}, {2, 2}, word, nullptr, buffer.data()),
+        nyxStsNoErr);
     // (2,2) averages 90, its right neighbour, the one below and the corner.
     const int want = word == nyxBorderMirror ? (90 + 80 + 60 + 50 + 2) / 4 : 90;
     EXPECT_EQ(dst[8], want);
@@ -234,8 +246,8 @@ TEST(BoxBuffer, QueryNumbers) {
 }
 
 template <class T, class Fn>
-void RunGuarded(Fn fn, NyxDataType type, int nc, NyxiSize roi, NyxiSize mask,
-                NyxiBorderType word, bool in_place, bool alpha = false) {
+void RunGuarded(Fn fn, NyxDataType type, int nc, NyxiSize roi, NyxiSize mask, NyxiBorderType word,
+                bool in_place, bool alpha = false) {
   const int pad = std::max(mask.width, mask.height);
   const int step = (roi.width + 2 * pad) * nc * static_cast<int>(sizeof(T));
   std::vector<T> src(static_cast<size_t>(step / sizeof(T)) * (roi.height + 2 * pad), T(1));
@@ -271,9 +283,11 @@ TEST(BoxBuffer, QueryCoversEveryPath) {
                                             << roi.height << " word " << word);
           const bool in_place = ((mw + mh + word) & 1) != 0;
           RunGuarded<Nyx8u>(nyxiFilterBoxBorder_8u_C1R, nyx8u, 1, roi, {mw, mh}, word, in_place);
-          RunGuarded<Nyx16s>(nyxiFilterBoxBorder_16s_AC4R, nyx16s, 4, roi, {mw, mh}, word, !in_place, true);
+          RunGuarded<Nyx16s>(nyxiFilterBoxBorder_16s_AC4R, nyx16s, 4, roi, {mw, mh}, word,
+                             !in_place, true);
           RunGuarded<Nyx32f>(nyxiFilterBoxBorder_32f_C1R, nyx32f, 1, roi, {mw, mh}, word, in_place);
-          RunGuarded<Nyx32f>(nyxiFilterBoxBorder_32f_C3R, nyx32f, 3, roi, {mw, mh}, word, !in_place);
+          RunGuarded<Nyx32f>(nyxiFilterBoxBorder_32f_C3R, nyx32f, 3, roi, {mw, mh}, word,
+                             !in_place);
           RunGuarded<Nyx16u>(nyxiFilterBoxBorder_16u_C3R, nyx16u, 3, roi, {mw, mh}, word, in_place);
           RunGuarded<Nyx8u>(nyxiFilterBoxBorder_8u_C4R, nyx8u, 4, roi, {mw, mh}, word, !in_place);
           if (HasFatalFailure()) return;
@@ -332,13 +346,19 @@ TEST(BoxStatus, FloatMembersKeepTheirOwnWordTests) {
   float s[256] = {}, d[256] = {}, v[4] = {};
   Nyx8u b[8192] = {};
   auto c1 = [&](NyxiBorderType w, const float* pv, NyxiSize m = {3, 3}) {
-    return [=, &s, &d, &b] { return nyxiFilterBoxBorder_32f_C1R(s + 40, 32, d, 32, {4, 4}, m, w, pv, b); };
+    return [=, &s, &d, &b] {
+      return nyxiFilterBoxBorder_32f_C1R(s + 40, 32, d, 32, {4, 4}, m, w, pv, b);
+    };
   };
   auto sum_c4 = [&](NyxiBorderType w, const float* pv) {
-    return [=, &s, &d, &b] { return nyxiSumWindow_32f_C4R(s + 84, 64, d, 64, {4, 4}, {3, 3}, w, pv, b); };
+    return [=, &s, &d, &b] {
+      return nyxiSumWindow_32f_C4R(s + 84, 64, d, 64, {4, 4}, {3, 3}, w, pv, b);
+    };
   };
   auto ac4 = [&](NyxiBorderType w, const float* pv) {
-    return [=, &s, &d, &b] { return nyxiFilterBoxBorder_32f_AC4R(s, 64, d, 64, {4, 4}, {3, 3}, w, pv, b); };
+    return [=, &s, &d, &b] {
+      return nyxiFilterBoxBorder_32f_AC4R(s, 64, d, 64, {4, 4}, {3, 3}, w, pv, b);
+    };
   };
   ExpectStatuses({
       {"no range test", c1(0x301, v), nyxStsNoErr},
@@ -362,9 +382,11 @@ TEST(BoxStatus, FloatMembersKeepTheirOwnWordTests) {
   for (float& x : s) x = std::uniform_real_distribution<float>(0, 1)(rng);
   const float value[1] = {7.5f};
   float want[16], got[16];
-  ASSERT_EQ(nyxiFilterBoxBorder_32f_C1R(s + 40, 32, want, 16, {4, 4}, {3, 3}, 6, value, b), nyxStsNoErr);
+  ASSERT_EQ(nyxiFilterBoxBorder_32f_C1R(s + 40, 32, want, 16, {4, 4}, {3, 3}, 6, value, b),
+            nyxStsNoErr);
   for (NyxiBorderType w : {0u, 2u, 4u, 5u, 7u, 0x10Cu}) {
-    ASSERT_EQ(nyxiFilterBoxBorder_32f_C1R(s + 40, 32, got, 16, {4, 4}, {3, 3}, w, value, b), nyxStsNoErr);
+    ASSERT_EQ(nyxiFilterBoxBorder_32f_C1R(s + 40, 32, got, 16, {4, 4}, {3, 3}, w, value, b),
+              nyxStsNoErr);
     EXPECT_EQ(0, std::memcmp(want, got, sizeof want)) << w;
   }
 }
@@ -372,10 +394,13 @@ TEST(BoxStatus, FloatMembersKeepTheirOwnWordTests) {
 TEST(BoxStatus, BufferQueries) {
   int size = 0;
   auto q = [&](NyxiSize roi, NyxiSize m, int type, int nc, int* p) {
-    return [=] { return nyxiFilterBoxBorderGetBufferSize(roi, m, static_cast<NyxDataType>(type), nc, p); };
+    return [=] {
+      return nyxiFilterBoxBorderGetBufferSize(roi, m, static_cast<NyxDataType>(type), nc, p);
+    };
   };
   auto qs = [&](NyxiSize roi, NyxiSize m, int type, int nc, int* p) {
-    return [=] { return nyxiSumWindowGetBufferSize(roi, m, static_cast<NyxDataType>(type), nc, p); };
+    return
+        [=] { return nyxiSumWindowGetBufferSize(roi, m, static_cast<NyxDataType>(type), nc, p); };
   };
   ExpectStatuses({
       {"null before size", q({0, 0}, {3, 3}, 1, 1, nullptr), nyxStsNullPtrErr},
@@ -386,13 +411,15 @@ TEST(BoxStatus, BufferQueries) {
       {"channels", q({5, 5}, {3, 3}, 13, 2, &size), nyxStsNumChannelsErr},
       {"overflow", q({10000000, 2}, {3, 3}, 13, 4, &size), nyxStsSizeOverflowErr},
       {"no overflow", q({60000, 60000}, {3, 3}, 13, 4, &size), nyxStsNoErr},
-      {"mask not below the ROI, area too big", q({2, 2}, {50000, 50000}, 1, 1, &size), nyxStsSizeOverflowErr},
+      {"mask not below the ROI, area too big", q({2, 2}, {50000, 50000}, 1, 1, &size),
+       nyxStsSizeOverflowErr},
       {"window sums null", qs({5, 5}, {3, 3}, 1, 1, nullptr), nyxStsNullPtrErr},
       {"window sums channels", qs({5, 5}, {3, 3}, 5, 0, &size), nyxStsNumChannelsErr},
       {"window sums type", qs({5, 5}, {3, 3}, 6, 1, &size), nyxStsDataTypeErr},
   });
   size = 12345;
-  EXPECT_EQ(nyxiFilterBoxBorderGetBufferSize({10000000, 2}, {3, 3}, nyx32f, 4, &size), nyxStsSizeOverflowErr);
+  EXPECT_EQ(nyxiFilterBoxBorderGetBufferSize({10000000, 2}, {3, 3}, nyx32f, 4, &size),
+            nyxStsSizeOverflowErr);
   EXPECT_EQ(size, 12345) << "nothing is stored on overflow";
 }
 
@@ -413,7 +440,8 @@ TEST(BoxStatus, BorderlessForms) {
       {"64f null", box64(nullptr, 0, d64, 0, {0, 0}, {3, 3}), nyxStsNullPtrErr},
       {"64f size before step", box64(s64, 0, d64, 0, {0, 2}, {3, 3}), nyxStsSizeErr},
       {"64f mask is a size", box64(s64, 64, d64, 64, {2, 2}, {3, 0}), nyxStsSizeErr},
-      {"64f source step below the mask's row", box64(s64, 8 * 4 - 1, d64, 64, {2, 2}, {3, 3}), nyxStsStepErr},
+      {"64f source step below the mask's row", box64(s64, 8 * 4 - 1, d64, 64, {2, 2}, {3, 3}),
+       nyxStsStepErr},
       {"64f destination step", box64(s64, 64, d64, 15, {2, 2}, {3, 3}), nyxStsStepErr},
       {"64f exact steps", box64(s64, 32, d64, 16, {2, 2}, {3, 3}), nyxStsNoErr},
       {"row null", row(nullptr, {2, 2}, 3, 1), nyxStsNullPtrErr},
@@ -441,13 +469,14 @@ void CheckRowColumn(NyxStatus (*row)(const T*, int, Nyx32f*, int, NyxiSize, int,
       const int sw = (W + mask) * kNc, sh = H + mask;  // samples a row, rows
       std::vector<T> src(static_cast<size_t>(sw) * sh);
       for (T& v : src) {
-        v = static_cast<T>(std::uniform_int_distribution<int64_t>(std::numeric_limits<T>::min(),
-                                                                   std::numeric_limits<T>::max())(rng));
+        v = static_cast<T>(std::uniform_int_distribution<int64_t>(
+            std::numeric_limits<T>::min(), std::numeric_limits<T>::max())(rng));
       }
       std::vector<float> dr(W * kNc * H), dc(W * kNc * H);
       const int ss = sw * static_cast<int>(sizeof(T)), ds = W * kNc * 4;
       // Row reads anchor pixels left of the ROI; Column anchor rows above.
-      ASSERT_EQ(row(src.data() + anchor * kNc, ss, dr.data(), ds, {W, H}, mask, anchor), nyxStsNoErr);
+      ASSERT_EQ(row(src.data() + anchor * kNc, ss, dr.data(), ds, {W, H}, mask, anchor),
+                nyxStsNoErr);
       ASSERT_EQ(col(src.data() + static_cast<size_t>(anchor) * sw, ss, dc.data(), ds, {W, H}, mask,
                     anchor),
                 nyxStsNoErr);
@@ -492,13 +521,15 @@ TEST(BoxBorderless, RowAndColumnSums) {
 
 TEST(BoxBorderless, Box64fAtTheCallersAnchor) {
   std::mt19937 rng(64);
-  for (NyxiSize mask : {NyxiSize{1, 1}, NyxiSize{3, 3}, NyxiSize{5, 2}, NyxiSize{2, 7}, NyxiSize{6, 6}}) {
+  for (NyxiSize mask :
+       {NyxiSize{1, 1}, NyxiSize{3, 3}, NyxiSize{5, 2}, NyxiSize{2, 7}, NyxiSize{6, 6}}) {
     for (NyxiPoint anchor : {NyxiPoint{0, 0}, NyxiPoint{mask.width - 1, mask.height / 2}}) {
       const int W = 13, H = 6, sw = W + mask.width - 1, sh = H + mask.height - 1;
       std::vector<double> src(static_cast<size_t>(sw) * sh), dst(W * H, -1.0);
       for (double& v : src) v = std::uniform_real_distribution<double>(-100, 100)(rng);
       const double* at = src.data() + static_cast<size_t>(anchor.y) * sw + anchor.x;
-      ASSERT_EQ(nyxiFilterBox_64f_C1R(at, sw * 8, dst.data(), W * 8, {W, H}, mask, anchor), nyxStsNoErr);
+      ASSERT_EQ(nyxiFilterBox_64f_C1R(at, sw * 8, dst.data(), W * 8, {W, H}, mask, anchor),
+                nyxStsNoErr);
       for (int y = 0; y < H; ++y)
         for (int x = 0; x < W; ++x) {
           double v = 0;
@@ -511,6 +542,47 @@ TEST(BoxBorderless, Box64fAtTheCallersAnchor) {
         }
     }
   }
+}
+
+}  // namespace
+
+namespace {
+
+// Without in-memory flags nothing outside the ROI is read: the source is a
+// tight image between two guard pages.
+template <class T, int kNc>
+void ReadsOnlyTheRoi(NyxStatus (*fn)(const T*, int, T*, int, NyxiSize, NyxiSize, NyxiBorderType,
+                                     const T*, Nyx8u*),
+                     NyxDataType type) {
+  for (NyxiSize roi : {NyxiSize{37, 9}, NyxiSize{5, 3}, NyxiSize{1, 1}, NyxiSize{64, 2}}) {
+    for (NyxiSize mask : {NyxiSize{3, 3}, NyxiSize{2, 2}, NyxiSize{7, 4}, NyxiSize{16, 5}}) {
+      for (NyxiBorderType word : {1u, 3u, 6u}) {
+        for (bool in_place : {false, true}) {
+          const size_t samples = static_cast<size_t>(roi.width) * roi.height * kNc;
+          GuardedBuffer src(samples * sizeof(T), true);
+          for (size_t i = 0; i < samples; ++i) src.as<T>()[i] = static_cast<T>(i % 97);
+          std::vector<T> dst(samples);
+          int size = 0;
+          ASSERT_EQ(nyxiFilterBoxBorderGetBufferSize(roi, mask, type, kNc, &size), nyxStsNoErr);
+          GuardedBuffer buffer(static_cast<size_t>(size));
+          const T value[4] = {T(1), T(2), T(3), T(4)};
+          const int step = roi.width * kNc * static_cast<int>(sizeof(T));
+          T* out = in_place ? src.as<T>() : dst.data();
+          ASSERT_EQ(fn(src.as<T>(), step, out, step, roi, mask, word, value, buffer.data()),
+                    nyxStsNoErr);
+        }
+      }
+    }
+  }
+}
+
+TEST(BoxCases, ReadsNothingOutsideTheRoi) {
+  ReadsOnlyTheRoi<Nyx8u, 1>(nyxiFilterBoxBorder_8u_C1R, nyx8u);
+  ReadsOnlyTheRoi<Nyx8u, 3>(nyxiFilterBoxBorder_8u_C3R, nyx8u);
+  ReadsOnlyTheRoi<Nyx16u, 4>(nyxiFilterBoxBorder_16u_AC4R, nyx16u);
+  ReadsOnlyTheRoi<Nyx16s, 4>(nyxiFilterBoxBorder_16s_C4R, nyx16s);
+  ReadsOnlyTheRoi<Nyx32f, 1>(nyxiFilterBoxBorder_32f_C1R, nyx32f);
+  ReadsOnlyTheRoi<Nyx32f, 3>(nyxiSumWindow_32f_C3R, nyx32f);
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 // pixels around the ROI; in place and out of place; work buffers of exactly
 // the queried size ending at a guard page), the rounding rules on every sum
 // they can meet, and the order of tests.
+#include "tests/support/ref/box.h"
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -17,7 +19,6 @@
 #include "filter/box_forms.h"
 #include "nyx.h"
 #include "tests/support/guarded.h"
-#include "tests/support/ref/box.h"
 #include "tests/support/status_table.h"
 
 namespace {
@@ -83,8 +84,10 @@ Dst Expected(const ExtendedImage<Src>& e, int64_t x, int64_t y, int c) {
     const int64_t s = WindowSum(e, x, y, c);
     const int64_t n = int64_t{e.m.mw} * e.m.mh;
     if constexpr (kOp == Op::kSum) {
-      if constexpr (std::is_same_v<Dst, float>) return static_cast<float>(s);
-      else return static_cast<Dst>(static_cast<float>(s));
+      if constexpr (std::is_same_v<Dst, float>)
+        return static_cast<float>(s);
+      else
+        return static_cast<Dst>(static_cast<float>(s));
     } else if constexpr (sizeof(Src) == 2 && kNc == 4) {
       const int64_t bias = std::is_signed_v<Src> ? 0x8000 : 0;
       const int64_t u = HalfUpRule(s + bias * n, r);
@@ -106,9 +109,9 @@ struct Form {
                            const Src*, Nyx8u*);
   static constexpr bool kFloatWord = std::is_same_v<Src, float> && !kAlpha;
   static constexpr NyxDataType kType =
-      sizeof(Src) == 1 ? nyx8u
-                       : (std::is_same_v<Src, float> ? nyx32f
-                                                     : (std::is_signed_v<Src> ? nyx16s : nyx16u));
+      sizeof(Src) == 1
+          ? nyx8u
+          : (std::is_same_v<Src, float> ? nyx32f : (std::is_signed_v<Src> ? nyx16s : nyx16u));
   Fn fn;
   const char* name;
 
@@ -153,15 +156,14 @@ struct Form {
     NyxStatus st;
     if constexpr (std::is_same_v<Src, Dst>) {
       if (in_place) {
-        st = fn(src.roi(), src.step(), src.roi(), src.step(), roi, mask, word, value,
-                buffer.data());
+        st =
+            fn(src.roi(), src.step(), src.roi(), src.step(), roi, mask, word, value, buffer.data());
       } else {
-        st = fn(src.roi(), src.step(), dst.roi(), dst.step(), roi, mask, word, value,
-                buffer.data());
+        st =
+            fn(src.roi(), src.step(), dst.roi(), dst.step(), roi, mask, word, value, buffer.data());
       }
     } else {
-      st = fn(src.roi(), src.step(), dst.roi(), dst.step(), roi, mask, word, value,
-              buffer.data());
+      st = fn(src.roi(), src.step(), dst.roi(), dst.step(), roi, mask, word, value, buffer.data());
     }
     ASSERT_EQ(st, nyxStsNoErr);
     ExtendedImage<Src> e;
@@ -252,15 +254,38 @@ void CheckGrid(const F& form, uint32_t seed) {
 
 constexpr int ChannelsOf(std::string_view d) { return d == "C1" ? 1 : (d == "C3" ? 3 : 4); }
 
-#define NYX_BOX_FORM_TEST2(KK, Name, TS, TD, tag, D)                                      \
-  TEST(BoxForms, Name##_##tag##_##D) {                                                   \
-    const Form<Op::k##KK, Nyx##TS, Nyx##TD, ChannelsOf(#D), std::string_view(#D) == "AC4"> \
-        form{&nyxi##Name##_##tag##_##D##R, #Name "_" #tag "_" #D};                       \
-    CheckGrid(form, 1000 + ChannelsOf(#D) + sizeof(Nyx##TS) * 10);                       \
+#define NYX_BOX_FORM_TEST2(KK, Name, TS, TD, tag, D)                                             \
+  TEST(BoxForms, Name##_##tag##_##D) {                                                           \
+    const Form<Op::k##KK, Nyx##TS, Nyx##TD, ChannelsOf(#D), std::string_view(#D) == "AC4"> form{ \
+        &nyxi##Name##_##tag##_##D##R, #Name "_" #tag "_" #D};                                    \
+    CheckGrid(form, 1000 + ChannelsOf(#D) + sizeof(Nyx##TS) * 10);                               \
   }
 #define NYX_BOX_FORM_TEST_Box(...) NYX_BOX_FORM_TEST2(Box, FilterBoxBorder, __VA_ARGS__)
 #define NYX_BOX_FORM_TEST_Sum(...) NYX_BOX_FORM_TEST2(Sum, SumWindow, __VA_ARGS__)
 #define NYX_BOX_FORM_TEST(KK, TS, TD, tag, D) NYX_BOX_FORM_TEST_##KK(TS, TD, tag, D)
 NYX_BOX_FORMS(NYX_BOX_FORM_TEST)
+
+}  // namespace
+
+namespace {
+
+// Masks whose sums outgrow 16-bit (8u) or 30-bit (16-bit samples) lanes take
+// wider sums; results keep to the same rules.
+TEST(BoxForms, LargeMasksKeepTheRules) {
+  std::mt19937 rng(77);
+  const Form<Op::kBox, Nyx8u, Nyx8u, 3, false> box8{&nyxiFilterBoxBorder_8u_C3R, "8u C3"};
+  const Form<Op::kBox, Nyx8u, Nyx8u, 1, false> box8c1{&nyxiFilterBoxBorder_8u_C1R, "8u C1"};
+  const Form<Op::kBox, Nyx16u, Nyx16u, 1, false> box16u{&nyxiFilterBoxBorder_16u_C1R, "16u C1"};
+  const Form<Op::kBox, Nyx16s, Nyx16s, 4, true> box16s{&nyxiFilterBoxBorder_16s_AC4R, "16s AC4"};
+  const Form<Op::kSum, Nyx16s, Nyx32f, 4, false> sum16s{&nyxiSumWindow_16s32f_C4R, "16s32f C4"};
+  const Form<Op::kSum, Nyx8u, Nyx32s, 1, false> sum8u{&nyxiSumWindow_8u32s_C1R, "8u32s C1"};
+  box8.Check({5, 4}, {20, 20}, 1, false, rng);
+  box8c1.Check({40, 30}, {17, 19}, 3, true, rng);
+  box8c1.Check({40, 30}, {16, 16}, 0x46, false, rng);
+  box16u.Check({3, 2}, {130, 131}, 3, true, rng);
+  box16s.Check({2, 3}, {150, 120}, 6, false, rng);
+  sum16s.Check({3, 3}, {140, 140}, 1, false, rng);
+  sum8u.Check({30, 20}, {33, 11}, 0x83, false, rng);
+}
 
 }  // namespace

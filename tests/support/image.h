@@ -21,11 +21,14 @@ template <class T>
 class PaddedImage {
  public:
   // pad_pixels on every side; extra_step_bytes widens the stride beyond the
-  // padded row (use an odd number to test unaligned strides).
+  // padded row.
   PaddedImage(int width, int height, int channels, int pad_pixels = 3, int extra_step_bytes = 5)
       : width_(width), height_(height), channels_(channels), pad_(pad_pixels) {
     const size_t pixel = sizeof(T) * static_cast<size_t>(channels);
-    step_ = static_cast<int>(pixel * (width + 2 * pad_pixels) + extra_step_bytes);
+    // Rows keep samples on their natural alignment: the extra bytes are
+    // rounded up to whole samples (for 8-bit images the stride stays odd).
+    const size_t extra = (static_cast<size_t>(extra_step_bytes) + sizeof(T) - 1) / sizeof(T) * sizeof(T);
+    step_ = static_cast<int>(pixel * (width + 2 * pad_pixels) + extra);
     rows_ = height + 2 * pad_pixels;
     bytes_.assign(static_cast<size_t>(step_) * rows_ + 64, kSentinel);
     // The ROI's first byte is placed at an offset that is not a multiple of

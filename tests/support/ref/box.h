@@ -86,7 +86,8 @@ inline float Reciprocal(BoxMask m) { return 1.0f / static_cast<float>(m.mw * m.m
 
 // The rounding rules of the box filter on an exact sum S.
 inline int64_t MulShiftRule(int64_t s, uint64_t k, int shift) {
-  return static_cast<int64_t>((static_cast<uint64_t>(s) * k + (uint64_t{1} << (shift - 1))) >> shift);
+  return static_cast<int64_t>((static_cast<uint64_t>(s) * k + (uint64_t{1} << (shift - 1))) >>
+                              shift);
 }
 inline int64_t NearestEvenRule(int64_t s, float r) {
   const float prod = static_cast<float>(s) * r;
