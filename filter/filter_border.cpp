@@ -5,7 +5,8 @@
 // word (low four bits 6) without its value; ROI; the source stride for sign
 // and the destination stride against a full row; the border word. A block
 // of another sample type is not detected: its kind only chooses between the
-// integer and the float kernels of the called type.
+// integer and the float kernels of the called type. Then an in-place call
+// (source equal to destination) is refused.
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -100,6 +101,12 @@ NyxStatus Frame(const T* src, int ss, T* dst, int ds, NyxiSize roi, NyxiBorderTy
   filter::BorderRule rule;
   const NyxStatus st = filter::DecodeBorder(word, value, &rule);
   if (st != nyxStsNoErr) return st;
+  // In place is refused: the buffer size of this family holds the extended
+  // rectangles and the kernel scratch only, with no room for the kept
+  // strips and the ring of delayed rows that an in-place run needs.
+  if (static_cast<const void*>(src) == static_cast<const void*>(dst)) {
+    return nyxStsNotSupportedModeErr;
+  }
   const uint8_t* block = frame::AlignSpec(spec);
   SpecHeader h;
   std::memcpy(&h, block, sizeof h);

@@ -166,6 +166,9 @@ struct IntKernel {
   static constexpr int kNc = kNcT;
   static constexpr bool kAlpha = false;
   static constexpr bool kConsumesRows = false;
+  // The work buffer holds one strip rectangle at a time, not the left and
+  // right ones side by side.
+  static constexpr bool kSeparateSides = true;
   static constexpr int kRows = 4;
 
   int64_t kw, kh;
@@ -396,6 +399,9 @@ struct FloatKernel {
   static constexpr int kNc = kNcT;
   static constexpr bool kAlpha = false;
   static constexpr bool kConsumesRows = false;
+  // The work buffer holds one strip rectangle at a time, not the left and
+  // right ones side by side.
+  static constexpr bool kSeparateSides = true;
   static constexpr int kRows = 4;
   static constexpr int kCols = 2;
   static constexpr int64_t kL = F::kLanes;

@@ -277,6 +277,13 @@ TEST(FilterBorderSpec, RunOrder) {
       {"0xF0 accepted", run(S + 41, 20, D, 10, {10, 10}, 0xF0, nullptr, sp, B), nyxStsNoErr},
       {"short source step is not tested", run(S + 20, 1, D, 10, {10, 1}, 0xF0, nullptr, sp, B),
        nyxStsNoErr},
+      {"in place: null value first", run(S, 20, S, 20, {10, 10}, 6, nullptr, sp, B),
+       nyxStsNullPtrErr},
+      {"in place: step first", run(S, 20, S, 9, {10, 10}, 1, &v, sp, B), nyxStsStepErr},
+      {"in place: word first", run(S, 20, S, 20, {10, 10}, 2, &v, sp, B), nyxStsBorderErr},
+      {"in place refused", run(S, 20, S, 20, {10, 10}, 1, &v, sp, B), nyxStsNotSupportedModeErr},
+      {"in place refused for 0xF0", run(S + 41, 20, S + 41, 20, {10, 10}, 0xF0, nullptr, sp, B),
+       nyxStsNotSupportedModeErr},
   });
   // The 32f forms decode the word the same way.
   const float kf[1] = {1.0f};

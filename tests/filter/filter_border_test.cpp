@@ -349,6 +349,91 @@ TEST(FilterBorder, OneByOneCopies) {
   for (int i = 0; i < 18; ++i) EXPECT_EQ(dst[i], src[i]);
 }
 
+// Tall narrow ROIs with wide kernels: the left and right strip rectangles
+// are the largest thing the buffer holds. The buffer has exactly the queried
+// size and ends at a guard page, so a run that put both strips' rectangles
+// side by side (or kept their joined outputs) would fault.
+template <class T, int kNc>
+void SideStrips(std::mt19937& rng) {
+  const int kKernels[][2] = {{11, 3}, {9, 2}, {2, 2}, {7, 1}, {6, 4}, {15, 5}};
+  const NyxiBorderType kSideWords[] = {1, 3, 6, 0x13, 0x23, 0x36, 0x31};
+  for (const auto& k : kKernels) {
+    const int kw = k[0], kh = k[1];
+    const int rr = kw == 2 ? 2 : kw - 1 - (kw - 1) / 2, rb = kh == 2 ? 2 : kh - 1 - (kh - 1) / 2;
+    for (const NyxiSize roi : {NyxiSize{kw + 1, 64}, NyxiSize{kw + 3, 41}}) {
+      // The case only matters if the strips, not the rows, set the size.
+      ASSERT_GT((kw - 1 + rr) * (roi.height + kh - 1), (roi.width + kw - 1) * (kh - 1 + rb))
+          << kw << "x" << kh;
+      for (const NyxiBorderType word : kSideWords) {
+        const bool integer = !std::is_floating_point_v<T> && (rng() & 1);
+        Case c{kw, kh, roi, word, integer, 1, false, 7, false, 0, 0};
+        RunCase<T, kNc>(c, rng);
+        if (::testing::Test::HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+TEST(FilterBorder, SideStripsFitQueriedBuffer) {
+  std::mt19937 rng(41);
+  SideStrips<Nyx8u, 1>(rng);
+  SideStrips<Nyx8u, 3>(rng);
+  SideStrips<Nyx16s, 1>(rng);
+  SideStrips<Nyx16u, 4>(rng);
+  SideStrips<Nyx32f, 1>(rng);
+  SideStrips<Nyx32f, 4>(rng);
+  SideStrips<Nyx64f, 1>(rng);
+}
+
+// Source equal to destination is refused for every form, and neither the
+// image nor the work buffer is written.
+template <class T, int kNc>
+void InPlaceRefused(std::mt19937& rng) {
+  const NyxiSize ks{5, 3}, roi{19, 12};
+  const NyxDataType ktype = sizeof(T) == 8 ? nyx64f : nyx32f;
+  int spec_size = 0, buf_size = 0;
+  ASSERT_EQ(nyxiFilterBorderGetSize(ks, roi, kType<T>, ktype, kNc, &spec_size, &buf_size),
+            nyxStsNoErr);
+  GuardedBuffer spec_mem(static_cast<size_t>(spec_size));
+  auto* spec = reinterpret_cast<NyxiFilterBorderSpec*>(spec_mem.data());
+  if constexpr (sizeof(T) == 8) {
+    const double taps[15] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    ASSERT_EQ(nyxiFilterBorderInit_64f(taps, ks, nyx64f, 1, nyxRndNear, spec), nyxStsNoErr);
+  } else {
+    float taps[15];
+    for (int i = 0; i < 15; ++i) taps[i] = 0.25f * static_cast<float>(i - 6);
+    ASSERT_EQ(nyxiFilterBorderInit_32f(taps, ks, kType<T>, kNc, nyxRndNear, spec), nyxStsNoErr);
+  }
+  PaddedImage<T> img(roi.width, roi.height, kNc, 2, 8);
+  img.FillRandom(rng);
+  const std::vector<uint8_t> before = img.Snapshot();
+  GuardedBuffer buffer(static_cast<size_t>(buf_size));
+  std::memset(buffer.data(), 0xA5, buffer.size());
+  const T value[4] = {};
+  const BorderFn<T> fn = Entry<T, kNc>();
+  for (const NyxiBorderType word : {1, 3, 6, 0xF0, 0x41}) {
+    EXPECT_EQ(fn(img.roi(), img.step(), img.roi(), img.step(), roi, word, value, spec,
+                              buffer.data()),
+              nyxStsNotSupportedModeErr)
+        << "word " << word;
+  }
+  EXPECT_TRUE(img.SameAs(before));
+  for (size_t i = 0; i < buffer.size(); ++i) ASSERT_EQ(buffer.data()[i], 0xA5) << "byte " << i;
+}
+
+TEST(FilterBorder, InPlaceRefused) {
+  std::mt19937 rng(43);
+  InPlaceRefused<Nyx8u, 1>(rng);
+  InPlaceRefused<Nyx8u, 3>(rng);
+  InPlaceRefused<Nyx8u, 4>(rng);
+  InPlaceRefused<Nyx16u, 1>(rng);
+  InPlaceRefused<Nyx16s, 3>(rng);
+  InPlaceRefused<Nyx16s, 4>(rng);
+  InPlaceRefused<Nyx32f, 1>(rng);
+  InPlaceRefused<Nyx32f, 3>(rng);
+  InPlaceRefused<Nyx64f, 1>(rng);
+}
+
 // nyxiFilter_64f_C1R: the caller's anchor, which may lie anywhere.
 TEST(Filter64f, Model) {
   std::mt19937 rng(31);
