@@ -16,7 +16,8 @@
 //    right for the remaining rows). A strip whose side is extended is made
 //    from a small rectangle copied into the buffer with its border; a strip
 //    whose side is in memory reads memory. The left and right strips run
-//    together as one rectangle (see Sides).
+//    together as one rectangle (see Sides), unless the kernel asks for them
+//    one at a time.
 // With mirror and a mask extent of 2 the right (bottom) strip is 2 wide, so
 // that its rectangle holds the pixel to reflect.
 //
@@ -33,6 +34,10 @@
 //   int64_t Delay() const: otherwise, output row y may overwrite its source
 //     row once output row y + Delay() is done (a ring of Delay()+1 rows);
 //   size_t ScratchBytes(int64_t w) const: scratch for outputs w pixels wide;
+//   optionally kSeparateSides = true: the left and right strips each get
+//     their own rectangle, one after the other in the same place, and no
+//     joined output area. A family whose buffer size holds only the larger
+//     strip rectangle (not the two side by side) must set it;
 //   Run(src, src_step, w, h, out, scratch, in_place): reads rows [0, h+mh-1)
 //     and pixels [0, w+mw-1) from src, writes w pixels of each out.Row(y)
 //     and calls out.Done(y) after row y. With in_place, it reads source row
@@ -202,8 +207,14 @@ inline Sides SidesOf(const Split& s, int64_t W, int64_t H, const MaskGeom& m, un
   return d;
 }
 
-inline bool JoinSides(const Split& s) {
-  return s.path == Path::kStrips && !s.strips[2].empty() && !s.strips[3].empty();
+// Whether K sets kSeparateSides (absent means joined).
+template <class K>
+inline constexpr bool kSeparateSides = requires { requires K::kSeparateSides; };
+
+template <class K>
+bool JoinSides(const Split& s) {
+  return !kSeparateSides<K> && s.path == Path::kStrips && !s.strips[2].empty() &&
+         !s.strips[3].empty();
 }
 
 template <class K>
@@ -223,7 +234,7 @@ BufferPlan PlanBuffer(const K& k, const Split& s, int64_t W, int64_t H, const Ma
       const SourceRect src = SourceOf(r, W, H, m, flags);
       if (i < 2 && src.extended() && src.w() * src.h() > rect) rect = src.w() * src.h();
     }
-    if (JoinSides(s)) {
+    if (JoinSides<K>(s)) {
       const Sides d = SidesOf(s, W, H, m, flags);
       const int64_t joined = (d.left.w() + d.right.w()) * d.left.h();
       if (joined > rect) rect = joined;
@@ -397,7 +408,7 @@ struct BorderedCall {
       RunStripsInPlace(s);
       return;
     }
-    const bool join = JoinSides(s);
+    const bool join = JoinSides<K>(s);
     auto at_image = [&](const Region& r) { return frame::RowAt(dst, dst_step, r.y0) + r.x0 * kNc; };
     RunMain(s.main);
     for (int i = 0; i < (join ? 2 : 4); ++i) {
@@ -412,7 +423,7 @@ struct BorderedCall {
   // Strips from the untouched source into the buffer, then the interior in
   // place, then the strips into the image.
   void RunStripsInPlace(const Split& s) const {
-    const bool join = JoinSides(s);
+    const bool join = JoinSides<K>(s);
     Dst* kept[4] = {};
     int64_t kept_step[4] = {};
     Dst* at = reinterpret_cast<Dst*>(buf + plan.kept);

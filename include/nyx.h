@@ -888,6 +888,55 @@ NYX_BINGRAY_PROTO(32f)
 
 /* END SECTION convert */
 
+/* --- General kernel filter -----------------------------------------------
+ * FilterBorder: convolution with a caller's kernel (flipped in both axes at
+ * init), fixed anchor ((kw-1)/2, (kh-1)/2), pixels beyond the ROI from the
+ * border word. Integer taps carry a divisor and a rounding mode; float taps
+ * are summed with fused multiply-adds. The Spec block and the work buffer are
+ * sized by nyxiFilterBorderGetSize. Filter_64f: no border, caller's anchor.
+ * BEGIN SECTION filter-kernel */
+
+typedef struct NyxiFilterBorderSpec NyxiFilterBorderSpec;
+
+NYX_API NyxStatus nyxiFilterBorderGetSize(NyxiSize kernelSize, NyxiSize dstRoiSize,
+                                          NyxDataType dataType, NyxDataType kernelType,
+                                          int numChannels, int* pSpecSize, int* pBufferSize);
+NYX_API NyxStatus nyxiFilterBorderInit_16s(const Nyx16s* pKernel, NyxiSize kernelSize,
+                                           int divisor, NyxDataType dataType, int numChannels,
+                                           NyxRoundMode roundMode, NyxiFilterBorderSpec* pSpec);
+NYX_API NyxStatus nyxiFilterBorderInit_32f(const Nyx32f* pKernel, NyxiSize kernelSize,
+                                           NyxDataType dataType, int numChannels,
+                                           NyxRoundMode roundMode, NyxiFilterBorderSpec* pSpec);
+NYX_API NyxStatus nyxiFilterBorderInit_64f(const Nyx64f* pKernel, NyxiSize kernelSize,
+                                           NyxDataType dataType, int numChannels,
+                                           NyxRoundMode roundMode, NyxiFilterBorderSpec* pSpec);
+NYX_API NyxStatus nyxiFilterBorderSetMode(NyxHintAlgorithm hint, int offset,
+                                          NyxiFilterBorderSpec* pSpec);
+
+#define NYX_FILTER_BORDER_PROTO(T, D)                                                    \
+  NYX_API NyxStatus nyxiFilterBorder_##T##_##D##R(                                       \
+      const Nyx##T* pSrc, int srcStep, Nyx##T* pDst, int dstStep, NyxiSize dstRoiSize,   \
+      NyxiBorderType border, const Nyx##T* pBorderValue, const NyxiFilterBorderSpec* pSpec, \
+      Nyx8u* pBuffer);
+#define NYX_FILTER_BORDER_PROTO_T(T) \
+  NYX_FILTER_BORDER_PROTO(T, C1) NYX_FILTER_BORDER_PROTO(T, C3) NYX_FILTER_BORDER_PROTO(T, C4)
+NYX_FILTER_BORDER_PROTO_T(8u)
+NYX_FILTER_BORDER_PROTO_T(16u)
+NYX_FILTER_BORDER_PROTO_T(16s)
+NYX_FILTER_BORDER_PROTO_T(32f)
+NYX_FILTER_BORDER_PROTO(64f, C1)
+#undef NYX_FILTER_BORDER_PROTO_T
+#undef NYX_FILTER_BORDER_PROTO
+
+/* dst(x, y) = sum of pKernel[j*kw + i] * src(x + anchor.x - i, y + anchor.y - j). */
+NYX_API NyxStatus nyxiFilter_64f_C1R(const Nyx64f* pSrc, int srcStep, Nyx64f* pDst,
+                                     int dstStep, NyxiSize dstRoiSize, const Nyx64f* pKernel,
+                                     NyxiSize kernelSize, NyxiPoint anchor, Nyx8u* pBuffer);
+NYX_API NyxStatus nyxiFilterGetBufSize_64f_C1R(NyxiSize kernelSize, int dstRoiWidth,
+                                               int* pBufferSize);
+
+/* END SECTION filter-kernel */
+
 #ifdef __cplusplus
 }
 #endif
