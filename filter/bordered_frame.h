@@ -49,17 +49,18 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/border/border.h"
 #include "core/frame/frame.h"
 #include "filter/extend_rect.h"
 #include "nyx.h"
 
 namespace nyx::filter {
 
-inline constexpr unsigned kInMemTop = 0x10;
-inline constexpr unsigned kInMemBottom = 0x20;
-inline constexpr unsigned kInMemLeft = 0x40;
-inline constexpr unsigned kInMemRight = 0x80;
-inline constexpr unsigned kInMemAll = 0xF0;
+using border::kInMemAll;
+using border::kInMemBottom;
+using border::kInMemLeft;
+using border::kInMemRight;
+using border::kInMemTop;
 
 // The mask and its fixed anchor: ax columns to the left, rx to the right.
 struct MaskGeom {
@@ -71,24 +72,17 @@ inline MaskGeom Geometry(NyxiSize mask) {
   return {mw, mh, (mw - 1) / 2, (mh - 1) / 2, mw - 1 - (mw - 1) / 2, mh - 1 - (mh - 1) / 2};
 }
 
-struct BorderRule {
-  int mode;        // 1, 3 or 6; unused when every flag is set
-  unsigned flags;  // in-memory sides
-};
+// A decoded word: the mode (kNone for 0xF0) and the in-memory sides.
+using BorderRule = border::Border;
 
-// The border word of the integer and AC4 members: nothing above 0xFF; 0xF0
-// alone may have no mode; modes 1, 3, 6; a constant needs its value.
+// The border word of the integer and AC4 members: the shared decoder with
+// the filters' modes (replicate, mirror, constant), then the constant.
 inline NyxStatus DecodeBorder(NyxiBorderType word, const void* value, BorderRule* rule) {
-  if (word > 0xFF) return nyxStsBorderErr;
-  if (word == kInMemAll) {
-    *rule = {0, kInMemAll};
-    return nyxStsNoErr;
-  }
-  const int mode = static_cast<int>(word & 0xF);
-  if (mode != kModeReplicate && mode != kModeMirror && mode != kModeConst) return nyxStsBorderErr;
-  if (mode == kModeConst && value == nullptr) return nyxStsNullPtrErr;
-  *rule = {mode, word & kInMemAll};
-  return nyxStsNoErr;
+  border::Border b;
+  NyxStatus st = border::Decode(word, border::kFilterModes, &b);
+  if (st == nyxStsNoErr) st = border::CheckValue(b, value);
+  if (st == nyxStsNoErr) *rule = b;
+  return st;
 }
 
 // The border word of the 32f C1, C3, C4 members: no range test; a word whose
@@ -97,11 +91,12 @@ inline NyxStatus DecodeBorder(NyxiBorderType word, const void* value, BorderRule
 // mask does not reach counts as in memory.
 inline NyxStatus DecodeBorder32f(NyxiBorderType word, const void* value, const MaskGeom& m,
                                  BorderRule* rule) {
-  if ((word & 0xF) == kModeConst && value == nullptr) return nyxStsNullPtrErr;
-  const unsigned low = word & 7;
-  const int mode =
-      low == kModeMirror ? kModeMirror : (low == kModeReplicate ? kModeReplicate : kModeConst);
-  unsigned flags = word & kInMemAll;
+  if ((word & 0xF) == border::kConst && value == nullptr) return nyxStsNullPtrErr;
+  const uint32_t low = word & 7;
+  const border::Mode mode =
+      low == border::kMirror ? border::kMirror
+                             : (low == border::kRepl ? border::kRepl : border::kConst);
+  uint32_t flags = word & kInMemAll;
   if (m.mw == 1) flags |= kInMemLeft | kInMemRight;
   if (m.mw == 2) flags |= kInMemLeft;
   if (m.mh == 1) flags |= kInMemTop | kInMemBottom;
@@ -140,7 +135,7 @@ inline Split SplitRoi(int64_t W, int64_t H, const MaskGeom& m, BorderRule b) {
     return s;
   }
   s.path = Path::kStrips;
-  const bool mirror = b.mode == kModeMirror;
+  const bool mirror = b.mode == border::kMirror;
   const int64_t rs = mirror && m.mw == 2 ? 2 : m.rx;  // right strip width
   const int64_t bs = mirror && m.mh == 2 ? 2 : m.ry;  // bottom strip height
   s.main = {m.ax, W - rs, m.ay, H - bs};

@@ -106,7 +106,7 @@ NyxStatus Frame(const Src* src, int ss, Dst* dst, int ds, NyxiSize roi, NyxiSize
   }
   // The constant per channel (AC4: three; the fourth sample is never kept).
   Src fill[4] = {};
-  if (rule.flags != filter::kInMemAll && rule.mode == filter::kModeConst && value != nullptr) {
+  if (rule.flags != filter::kInMemAll && rule.mode == border::kConst && value != nullptr) {
     for (int c = 0; c < (L == Layout::kAC4 ? 3 : frame::kChannels<L>); ++c) fill[c] = value[c];
   }
   WithKernel<kKind, Src, Dst, L>(m, [&](const auto& k) {

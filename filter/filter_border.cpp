@@ -93,7 +93,7 @@ template <class T, int kNc>
 NyxStatus Frame(const T* src, int ss, T* dst, int ds, NyxiSize roi, NyxiBorderType word,
                 const T* value, const NyxiFilterBorderSpec* spec, Nyx8u* buffer) {
   if (frame::AnyNull(src, dst, spec, buffer)) return nyxStsNullPtrErr;
-  if ((word & 0xF) == filter::kModeConst && value == nullptr) return nyxStsNullPtrErr;
+  if ((word & 0xF) == border::kConst && value == nullptr) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   if (ss < 1 || int64_t{ds} < int64_t{roi.width} * kNc * static_cast<int64_t>(sizeof(T))) {
     return nyxStsStepErr;
@@ -113,7 +113,7 @@ NyxStatus Frame(const T* src, int ss, T* dst, int ds, NyxiSize roi, NyxiBorderTy
   const MaskGeom m = filter::Geometry({h.kw, h.kh});
   rule.flags |= NeedlessSides(m);
   T fill[4] = {};
-  if (rule.flags != filter::kInMemAll && rule.mode == filter::kModeConst) {
+  if (rule.flags != filter::kInMemAll && rule.mode == border::kConst) {
     for (int c = 0; c < kNc; ++c) fill[c] = value[c];
   }
   constexpr bool kHasInteger = std::is_same_v<T, Nyx8u> || (std::is_same_v<T, Nyx16s> && kNc == 1);
