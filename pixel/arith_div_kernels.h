@@ -106,8 +106,9 @@ struct DivScale {
 // ---------------------------------------------------------------------------
 // Exact integer division: round(n / (d * 2^sf)) to nearest even, saturated.
 //
-// 8u runs in float, 16-bit types in double, by true division. Why this is
-// exact: a quotient that is a tie (k + 0.5) is representable, so the correctly
+// 8u runs in float (by true division, or by Newton steps that give the same
+// correctly rounded float), 16-bit types in double by true division. Why this
+// is exact: a quotient that is a tie (k + 0.5) is representable, so the correctly
 // rounded division returns it exactly; any other quotient q of a non-saturated
 // result lies at least 1 / (2 * divisor * q) relatively away from a tie, which
 // for 8u samples is above 7e-6 (float error: 6e-8) and for 16-bit samples
@@ -131,38 +132,68 @@ NYX_INLINE __m256i DivQuotient8(__m256i x, __m256i v, __m256i zero, const DivSca
   return _mm256_set_m128i(hi, lo);
 }
 
-// 8u: 32 samples a round (four float divisions). The divisor 0 is raised to 1
-// for the division and its lanes take the bound afterwards. The conversion to
-// integer rounds under the rounding control, which the frame holds at
-// nearest-even; the packs saturate to 255.
+// 8u: 32 samples a round, in four groups of eight 32-bit lanes. Group K
+// holds samples 4K..4K+3 in its low and 16+4K..16+4K+3 in its high half (one
+// byte shuffle), which is the order in which the saturating packs of the four
+// groups put the samples back in sequence.
+template <int K>
+NYX_INLINE __m256i Group8u(__m256i bytes) {
+  constexpr char z = -128, o = 4 * K;  // z: a zero byte
+  return _mm256_shuffle_epi8(bytes, _mm256_setr_epi8(o, z, z, z, o + 1, z, z, z, o + 2, z, z, z,
+                                                     o + 3, z, z, z, o, z, z, z, o + 1, z, z, z,
+                                                     o + 2, z, z, z, o + 3, z, z, z));
+}
+
+// x / v for integers 0 <= x <= 255 and 1 <= v <= 255, as the float nearest
+// to the exact quotient, on the multiply-add units. r is the reciprocal
+// estimate, relative error e <= 1.5 * 2^-12. Each step takes the residual
+// x - q * v, which the fused multiply-add gives exactly (it is a multiple of
+// ulp(q) below 2^24 of them), and adds residual * r: the error falls from
+// q * e to q * e^2 (about 2e-7 relative with the rounding) and then to
+// q * 1e-10, well inside half an ulp, so a tie k + 0.5 comes out exactly and
+// any other quotient, at least 1 / 510 from a tie, keeps its side.
+NYX_INLINE __m256 NewtonQuotient8u(__m256 x, __m256 v) {
+  const __m256 r = _mm256_rcp_ps(v);
+  const __m256 q0 = _mm256_mul_ps(x, r);
+  const __m256 q1 = _mm256_fmadd_ps(_mm256_fnmadd_ps(q0, v, x), r, q0);
+  return _mm256_fmadd_ps(_mm256_fnmadd_ps(q1, v, x), r, q1);
+}
+
+// The rounded quotients of group K. The conversion to integer rounds under
+// the rounding control, which the frame holds at nearest-even. Without a
+// scale factor group 3 divides by Newton steps: the divider is the limit of
+// this loop, and the multiply-add units are free to run one group in four
+// beside it.
+template <int K, bool kScaled>
+NYX_INLINE __m256i Quotients8u(__m256i x8, __m256i v8, const DivScale& s) {
+  __m256 xf = _mm256_cvtepi32_ps(Group8u<K>(x8));
+  __m256 vf = _mm256_cvtepi32_ps(Group8u<K>(v8));
+  if constexpr (kScaled) {
+    xf = _mm256_mul_ps(xf, _mm256_set1_ps(s.num_f));
+    vf = _mm256_mul_ps(vf, _mm256_set1_ps(s.den_f));
+    // Scaled quotients pass 65535, which the word pack would read as negative.
+    return _mm256_min_epi32(_mm256_cvtps_epi32(_mm256_div_ps(xf, vf)), _mm256_set1_epi32(255));
+  } else if constexpr (K == 3) {
+    return _mm256_cvtps_epi32(NewtonQuotient8u(xf, vf));
+  } else {
+    return _mm256_cvtps_epi32(_mm256_div_ps(xf, vf));
+  }
+}
+
+// A zero divisor divides by 1: the quotient is then 0 for a zero dividend and
+// non-zero otherwise, and the lanes with a non-zero dividend take the bound
+// 255 by an or.
 template <bool kAlpha, bool kScaled>
 NYX_INLINE __m256i Div32x8u(const uint8_t* a, const uint8_t* b, const uint8_t* d, const DivScale& s,
                             __m256i* met) {
   const __m256i v8 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(a));
   const __m256i x8 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(b));
   const __m256i zero = _mm256_cmpeq_epi8(v8, _mm256_setzero_si256());
-  __m256i q[4];
-  for (int k = 0; k < 4; ++k) {
-    const __m256i vi = _mm256_max_epi32(
-        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(a + 8 * k))),
-        _mm256_set1_epi32(1));
-    __m256 xf = _mm256_cvtepi32_ps(
-        _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(b + 8 * k))));
-    __m256 vf = _mm256_cvtepi32_ps(vi);
-    if constexpr (kScaled) {
-      xf = _mm256_mul_ps(xf, _mm256_set1_ps(s.num_f));
-      vf = _mm256_mul_ps(vf, _mm256_set1_ps(s.den_f));
-    }
-    q[k] = _mm256_cvtps_epi32(_mm256_div_ps(xf, vf));
-    // Scaled quotients pass 32767, which the byte pack would read as negative.
-    if constexpr (kScaled) q[k] = _mm256_min_epi32(q[k], _mm256_set1_epi32(255));
-  }
-  // The packs interleave 32-bit groups: restore the order of the samples.
-  __m256i r = _mm256_packus_epi16(_mm256_packus_epi32(q[0], q[1]), _mm256_packus_epi32(q[2], q[3]));
-  r = _mm256_permutevar8x32_epi32(r, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-  const __m256i bound = _mm256_xor_si256(_mm256_cmpeq_epi8(x8, _mm256_setzero_si256()),
-                                         _mm256_set1_epi8(-1));
-  r = _mm256_blendv_epi8(r, bound, zero);
+  const __m256i v1 = _mm256_sub_epi8(v8, zero);
+  __m256i r = _mm256_packus_epi16(
+      _mm256_packus_epi32(Quotients8u<0, kScaled>(x8, v1, s), Quotients8u<1, kScaled>(x8, v1, s)),
+      _mm256_packus_epi32(Quotients8u<2, kScaled>(x8, v1, s), Quotients8u<3, kScaled>(x8, v1, s)));
+  r = _mm256_or_si256(r, _mm256_andnot_si256(_mm256_cmpeq_epi8(x8, _mm256_setzero_si256()), zero));
   if constexpr (kAlpha) {
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xff000000u));
     r = _mm256_blendv_epi8(r, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(d)), alpha);
@@ -306,6 +337,17 @@ bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScal
     i = head < n && whole ? head : 0;
     Blocks8(a, 1.0f, b, d, i, body);
     if (whole && (reinterpret_cast<uintptr_t>(d + i) & 31) == 0) {
+      // The sources are fetched kAhead samples early, one line of each a
+      // round: beside the streamed stores this keeps more reads in flight
+      // than the hardware prefetcher does (prefetches never fault, so the
+      // reach past the row is harmless).
+      constexpr size_t kAhead = 512;
+      for (; i + 16 <= n; i += 16) {
+        _mm_prefetch(reinterpret_cast<const char*>(a + i + kAhead), _MM_HINT_T0);
+        _mm_prefetch(reinterpret_cast<const char*>(b + i + kAhead), _MM_HINT_T0);
+        _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
+        _mm256_stream_ps(d + i + 8, DivF32x8<kAlpha>(a + i + 8, b + i + 8, d + i + 8, &met));
+      }
       for (; i + 8 <= n; i += 8) _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
     }
   }

@@ -38,6 +38,72 @@ NYX_INLINE void PutResult(V<W> r, T* d, size_t i) {
   DemoteStoreU(r, d + i);
 }
 
+// The same with a non-temporal store, for full vectors at an address aligned
+// to the width of the store (32 bytes, or 16 for a narrowed vector). No alpha:
+// streamed rows never keep samples of the destination.
+template <class W, class T>
+NYX_INLINE void StreamResult(Vec<W> r, T* p) {
+  if constexpr (std::is_same_v<W, float>) {
+    _mm256_stream_ps(p, r.raw);
+  } else if constexpr (sizeof(W) == sizeof(T)) {
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(p), r.raw);
+  } else {
+    // Narrowed as DemoteStoreU does: clamp unsigned lanes, saturating pack,
+    // the two packed quarters brought together.
+    static_assert(sizeof(W) == 2 * sizeof(T), "StreamResult: same or half width");
+    __m256i x = r.raw, packed;
+    if constexpr (sizeof(W) == 2) {
+      if constexpr (std::is_unsigned_v<W>) x = _mm256_min_epu16(x, _mm256_set1_epi16(255));
+      packed = std::is_signed_v<T> ? _mm256_packs_epi16(x, x) : _mm256_packus_epi16(x, x);
+    } else {
+      if constexpr (std::is_unsigned_v<W>) {
+        x = _mm256_min_epu32(x, _mm256_set1_epi32(std::numeric_limits<T>::max()));
+      }
+      packed = std::is_signed_v<T> ? _mm256_packs_epi32(x, x) : _mm256_packus_epi32(x, x);
+    }
+    packed = _mm256_permute4x64_epi64(packed, 0x08);
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(packed));
+  }
+}
+
+// Stores the result of block i: streamed when kStream (full vectors only).
+template <bool kAlpha, bool kStream, template <class> class V, class W, class T>
+NYX_INLINE void PutOut(V<W> r, T* d, size_t i) {
+  if constexpr (kStream && std::is_same_v<V<W>, Vec<W>>) StreamResult(r, d + i);
+  else PutResult<kAlpha, V, W>(r, d, i);
+}
+
+// The block loop of a row whose destination goes past the caches (kStream):
+// up to the first 32-byte boundary of d as usual, then pairs of vector blocks
+// with non-temporal stores while each pair fetches the next sources kAhead
+// bytes early (beside streamed stores this keeps more reads in flight than
+// the hardware prefetcher alone; prefetches never fault, so reaching past the
+// row is harmless), then the rest as usual. Without kStream, or when d is off
+// its sample alignment, it is ForEachBlock. body is
+// [&]<template <class> class V, bool kStreamBlock>(size_t i) { ... }.
+template <class B, bool kStream, class T, class Body>
+NYX_INLINE void RowBlocks(const T* a, const T* b, T* d, size_t n, Body&& body) {
+  auto plain_from = [&](size_t from) {
+    ForEachBlock<B>(n - from, [&]<template <class> class V>(size_t i) {
+      body.template operator()<V, false>(from + i);
+    });
+  };
+  constexpr size_t kN = Vec<B>::kLanes;
+  const uintptr_t addr = reinterpret_cast<uintptr_t>(d);
+  const size_t head = ((32 - (addr & 31)) & 31) / sizeof(T);
+  if (!kStream || addr % sizeof(T) != 0 || head + 2 * kN > n) return plain_from(0);
+  ForEachBlock<B>(head, [&]<template <class> class V>(size_t i) { body.template operator()<V, false>(i); });
+  constexpr size_t kAhead = 2048 / sizeof(T);
+  size_t i = head;
+  for (; i + 2 * kN <= n; i += 2 * kN) {
+    _mm_prefetch(reinterpret_cast<const char*>(a + i + kAhead), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(b + i + kAhead), _MM_HINT_T0);
+    body.template operator()<Vec, true>(i);
+    body.template operator()<Vec, true>(i + kN);
+  }
+  plain_from(i);
+}
+
 // ---------------------------------------------------------------------------
 // The rounding steps of the rule, on the exact value s held in a wide type.
 
@@ -94,20 +160,23 @@ inline constexpr bool kNarrowRole =
     (std::is_unsigned_v<T> && ((R == Role::kSf1 && Op::kNarrowHalf) ||
                                (R == Role::kBound && Op::kNarrowBound)));
 
-template <class Op, class T, Role R, bool kAlpha>
+// kStream: the destination is written with non-temporal stores (no AC4);
+// the frame fences after the walk.
+template <class Op, class T, Role R, bool kAlpha, bool kStream = false>
 void BinaryRow(const T* a, const T* b, T* d, size_t n, int k) {
+  static_assert(!(kAlpha && kStream), "streamed rows keep no alpha");
   using W = typename Op::template Wide<T>;
   if constexpr (kNarrowRole<Op, T, R>) {
-    ForEachBlock<T>(n, [&]<template <class> class V>(size_t i) {
+    RowBlocks<T, kStream>(a, b, d, n, [&]<template <class> class V, bool kS>(size_t i) {
       const V<T> x = V<T>::LoadU(a + i), y = V<T>::LoadU(b + i);
       V<T> r;
       if constexpr (R == Role::kSf0) r = Op::Sat(x, y);
       else if constexpr (R == Role::kSf1) r = Op::Half(x, y);
       else r = Op::Bound(x, y);
-      PutResult<kAlpha, V, T>(r, d, i);
+      PutOut<kAlpha, kS, V, T>(r, d, i);
     });
   } else {
-    ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
+    RowBlocks<W, kStream>(a, b, d, n, [&]<template <class> class V, bool kS>(size_t i) {
       const V<W> s = Op::Exact(PromoteLoadU<V, W>(a + i), PromoteLoadU<V, W>(b + i));
       V<W> r;
       if constexpr (R == Role::kSf0) r = s;  // the store saturates
@@ -115,7 +184,7 @@ void BinaryRow(const T* a, const T* b, T* d, size_t n, int k) {
       else if constexpr (R == Role::kPos) r = RoundShift(s, k);
       else if constexpr (R == Role::kNeg) r = ShiftLeft(ClampTo<T>(s), k);
       else r = SignBound<T>(s);
-      PutResult<kAlpha, V, W>(r, d, i);
+      PutOut<kAlpha, kS, V, W>(r, d, i);
     });
   }
 }
@@ -206,24 +275,26 @@ struct MulScaleOp {
   using Wide = std::conditional_t<sizeof(T) == 1, uint16_t, uint32_t>;
 };
 
-template <class T, bool kAlpha>
+template <class T, bool kAlpha, bool kStream = false>
 void MulScaleRow(const T* a, const T* b, T* d, size_t n, int) {
+  static_assert(!(kAlpha && kStream), "streamed rows keep no alpha");
   using W = typename MulScaleOp::template Wide<T>;
   constexpr int kBits = 8 * sizeof(T);
-  ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
+  RowBlocks<W, kStream>(a, b, d, n, [&]<template <class> class V, bool kS>(size_t i) {
     const V<W> p = Mul(PromoteLoadU<V, W>(a + i), PromoteLoadU<V, W>(b + i));
     const V<W> r = ShiftRight(Add(Add(p, V<W>::Set(W{1})), ShiftRight(p, kBits)), kBits);
-    PutResult<kAlpha, V, W>(r, d, i);
+    PutOut<kAlpha, kS, V, W>(r, d, i);
   });
 }
 
 // ---------------------------------------------------------------------------
 // Float rows: one IEEE operation per sample (Op::Exact on float vectors).
 
-template <class Op, bool kAlpha>
+template <class Op, bool kAlpha, bool kStream = false>
 void FloatRow(const float* a, const float* b, float* d, size_t n, int) {
-  ForEachBlock<float>(n, [&]<template <class> class V>(size_t i) {
-    PutResult<kAlpha, V, float>(Op::Exact(V<float>::LoadU(a + i), V<float>::LoadU(b + i)), d, i);
+  static_assert(!(kAlpha && kStream), "streamed rows keep no alpha");
+  RowBlocks<float, kStream>(a, b, d, n, [&]<template <class> class V, bool kS>(size_t i) {
+    PutOut<kAlpha, kS, V, float>(Op::Exact(V<float>::LoadU(a + i), V<float>::LoadU(b + i)), d, i);
   });
 }
 

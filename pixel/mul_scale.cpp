@@ -11,8 +11,9 @@ NyxStatus MulScale(const T* src1, int s1, const T* src2, int s2, T* dst, int ds,
   if (frame::AnyNull(src1, src2, dst)) return nyxStsNullPtrErr;
   if (s1 < 1 || s2 < 1 || ds < 1) return nyxStsStepErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
-  WalkBinary<L == Layout::kAC4>(&avx2::MulScaleRow<T, L == Layout::kAC4>, src1, s1, src2, s2, dst, ds, roi.height,
-             Samples<L>(roi), 0);
+  constexpr bool kAlpha = L == Layout::kAC4;
+  WalkBinary<kAlpha>(&avx2::MulScaleRow<T, kAlpha>, &avx2::MulScaleRow<T, kAlpha, !kAlpha>, src1, s1,
+                     src2, s2, dst, ds, roi.height, Samples<L>(roi), 0);
   return nyxStsNoErr;
 }
 

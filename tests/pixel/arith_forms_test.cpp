@@ -272,6 +272,32 @@ TEST(ArithForms, LargeImages) {
 
 #define NYX_TEST_LAYOUTS(M, T) M(T, C1) M(T, C3) M(T, C4) M(T, AC4)
 
+// Integer destinations from 5 MiB on without alpha are streamed by the row
+// kernels themselves, past a head up to a 32-byte boundary: every integer
+// store width (bytes, words narrowed to bytes, words from 32 bits), plain and
+// in place, on odd pitches so that rows start at every alignment. (Floats
+// stream from 16 MiB: LargeImages.)
+TEST(ArithForms, StreamedRows) {
+  std::mt19937 rng(37);
+  RunBinary(BinaryForms<Nyx8u>("Add")[1], 0,  // 8u C3: 5.6 MB
+            [](Nyx8u a, Nyx8u b) { return ref::IntOp(ArithOp::kAdd, a, b, 0); }, false, rng, 2,
+            {{1100, 1700}});
+  RunBinary(BinaryForms<Nyx8u>("Mul")[2], 3,  // 8u C4: 5.3 MB
+            [](Nyx8u a, Nyx8u b) { return ref::IntOp(ArithOp::kMul, a, b, 3); }, false, rng, 2,
+            {{1200, 1100}});
+  RunBinary(BinaryForms<Nyx16s>("Sub")[0], 1,  // 16s C1: 5.4 MB
+            [](Nyx16s a, Nyx16s b) { return ref::IntOp(ArithOp::kSub, a, b, 1); }, false, rng, 2,
+            {{1800, 1500}});
+  const std::vector<ScaleForm<Nyx8u>> scale_forms = {NYX_TEST_MUL_SCALE(8u, C1)};  // 5.3 MB
+  const ScaleForm<Nyx8u>& scale = scale_forms[0];
+  RunTwo<Nyx8u>(scale.name, 1, false, 1,
+                [&](int, PaddedImage<Nyx8u>& s1, PaddedImage<Nyx8u>& s2, PaddedImage<Nyx8u>& d,
+                    NyxiSize size) {
+                  return scale.plain(s1.roi(), s1.step(), s2.roi(), s2.step(), d.roi(), d.step(), size);
+                },
+                [](Nyx8u a, Nyx8u b) { return ref::MulScale(a, b); }, false, rng, {{2400, 2200}});
+}
+
 template <class T>
 void DivRoundForms(const std::vector<DivRoundForm<T>>& forms, int float_lo, int float_hi) {
   std::mt19937 rng(7);

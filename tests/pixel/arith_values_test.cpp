@@ -73,6 +73,21 @@ TEST(ArithValues, Every8uPairAtEveryScaleFactor) {
   }
 }
 
+// The 8u division works out the lanes of a block on different units (the
+// divider, and multiply-add Newton steps), so every pair is checked at every
+// position of a 32-sample block: the pair table rotated by 0 to 31 samples.
+TEST(ArithValues, Every8uQuotientAtEveryLanePosition) {
+  std::vector<Nyx8u> a(65536), b(65536);
+  for (int shift = 0; shift < 32; ++shift) {
+    for (int i = 0; i < 65536; ++i) {
+      const int k = (i + shift) & 65535;
+      a[i] = static_cast<Nyx8u>(k & 255);
+      b[i] = static_cast<Nyx8u>(k >> 8);
+    }
+    for (int sf : {0, 1, -1}) CheckPairs(ArithOp::kDiv, sf, a, b, 256);
+  }
+}
+
 template <class T>
 std::vector<T> Boundaries() {
   std::vector<T> v = {0, 1, 2, 3, 4, 5, 7, 127, 128, 255, 256, 257, 1000, 16383, 16384, 32767};
