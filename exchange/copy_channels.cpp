@@ -7,7 +7,8 @@
 // Channel moves (C3C1, C1C3, C3CR, C3AC4, ...): null, size; no stride test; a
 // move of one (or three) samples a pixel at each side's pixel step.
 // Planar (C3P3, P3C3, C4P4, P4C4): null on the plane array and the other
-// image, then each plane pointer in order, then size. At 32 bits a call that
+// image, then each plane pointer in order, then size. Rows merge into one
+// when the planes' stride and the image's equal their rows' bytes. At 32 bits a call that
 // moves at least the largest cache (counting each byte read and written) goes
 // around the cache.
 // Dup: null, size; every destination channel takes the source sample.
@@ -101,7 +102,12 @@ NyxStatus Planar(const void* interleaved, int inter_step, const void* const* pla
   plan.in_ch = plan.out_ch = kCh;
   for (int c = 0; c < kCh; ++c) plan.order[c] = c;
   avx2::BuildShufflePlan(plan, !kToPlanes, kToPlanes);
-  frame::WalkRows(roi.height, [&](int64_t y) {
+  // Packed planes and a packed image are one long row.
+  int64_t width = roi.width, height = roi.height;
+  if (plane_step == width * int64_t(sizeof(T)) && inter_step == width * kCh * int64_t(sizeof(T))) {
+    width *= height, height = 1;
+  }
+  frame::WalkRows(height, [&](int64_t y) {
     uint8_t* row =
         frame::RowAt(static_cast<uint8_t*>(const_cast<void*>(interleaved)), inter_step, y);
     uint8_t* in[4] = {row, row, row, row};
@@ -110,9 +116,9 @@ NyxStatus Planar(const void* interleaved, int inter_step, const void* const* pla
       uint8_t* plane = static_cast<uint8_t*>(const_cast<void*>(planes[c]));
       (kToPlanes ? out : in)[c] = frame::RowAt(plane, plane_step, y);
     }
-    if (stream) return StreamPlanarRow<kCh, kToPlanes>(in, out, roi.width);
+    if (stream) return StreamPlanarRow<kCh, kToPlanes>(in, out, width);
     avx2::ShuffleRow<Bits<T>>(plan, reinterpret_cast<void* const*>(in), !kToPlanes,
-                              reinterpret_cast<void* const*>(out), kToPlanes, roi.width);
+                              reinterpret_cast<void* const*>(out), kToPlanes, width);
   });
   if (stream) avx2::StoreFence();
   return nyxStsNoErr;

@@ -2,6 +2,8 @@
 // the masked copy, each against a per-sample model. Widths run from 1 past
 // several vector rounds so that both the shuffle rounds and the pixel tail
 // are checked, and images end at guard pages.
+#include <memory>
+
 #include "exchange/copy_forms.h"
 #include "tests/exchange/copy_util.h"
 
@@ -297,6 +299,45 @@ TEST(CopyPlanar, ToPlanesAndBack) {
   CheckPlanar<Nyx##T, 4>(nyxiCopy_##T##_C4P4R, nyxiCopy_##T##_P4C4R, #T " 4");
   NYX_COPY_TYPES(CHECK_TYPE)
 #undef CHECK_TYPE
+}
+
+// Rows long enough for many rounds, each plane and the interleaved image
+// ending at a guard page: the rounds fetch lines ahead of the data (past the
+// end of the last row too), and must neither fault nor touch a byte beyond
+// the ROI. Without gaps between rows the rows run as one.
+template <class T, int N>
+void CheckPlanarGuarded(NyxStatus (*to)(const T*, int, T* const*, int, NyxiSize),
+                        NyxStatus (*from)(const T* const*, int, T*, int, NyxiSize)) {
+  for (const auto& [w, gap] : {std::pair{1925, 7}, std::pair{4099, 5}, std::pair{1925, 0},
+                              std::pair{37, 0}}) {
+    const int h = 3;
+    GuardedImage<T> src(w, h, N, gap * sizeof(T)), back(w, h, N, gap * sizeof(T));
+    std::unique_ptr<GuardedImage<T>> planes[N];
+    T* pp[N];
+    const T* cp[N];
+    for (int c = 0; c < N; ++c) {
+      planes[c] = std::make_unique<GuardedImage<T>>(w, h, 1, gap ? 5 * sizeof(T) : 0);
+      cp[c] = pp[c] = planes[c]->roi();
+    }
+    const int plane_step = planes[0]->step;
+    ASSERT_EQ(to(src.roi(), src.step, pp, plane_step, {w, h}), nyxStsNoErr);
+    ASSERT_EQ(from(cp, plane_step, back.roi(), back.step, {w, h}), nyxStsNoErr);
+    for (int y = 0; y < h; ++y) {
+      for (int x = 0; x < w; ++x) {
+        for (int c = 0; c < N; ++c) {
+          ASSERT_TRUE(SameBits(planes[c]->at(x, y), src.at(x, y, c))) << w << " " << x << "," << y;
+          ASSERT_TRUE(SameBits(back.at(x, y, c), src.at(x, y, c))) << w << " " << x << "," << y;
+        }
+      }
+    }
+  }
+}
+
+TEST(CopyPlanar, LongRowsEndingAtGuardPages) {
+  CheckPlanarGuarded<Nyx8u, 3>(nyxiCopy_8u_C3P3R, nyxiCopy_8u_P3C3R);
+  CheckPlanarGuarded<Nyx8u, 4>(nyxiCopy_8u_C4P4R, nyxiCopy_8u_P4C4R);
+  CheckPlanarGuarded<Nyx16u, 3>(nyxiCopy_16u_C3P3R, nyxiCopy_16u_P3C3R);
+  CheckPlanarGuarded<Nyx32f, 4>(nyxiCopy_32f_C4P4R, nyxiCopy_32f_P4C4R);
 }
 
 template <class T>
