@@ -103,12 +103,12 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
     n -= i;
   }
   if constexpr (!kAlpha && kPack == 1 && sizeof(S) < sizeof(D)) {
-    // Widening: the destination stream is two to eight times the source's,
-    // and its stores keep the hardware prefetchers busy; a source that is
-    // asked for kAhead bytes early, in two-vector rounds, keeps a row that
-    // runs from the outer caches at the speed of the stores (longer rounds
-    // issue the stores in bursts and measured slower there). The prefetch
-    // stays inside the row: the last kAhead bytes go without it.
+    // Widening: the destination stream is two to eight times the source's.
+    // Rows that run from the outer caches go at the speed of their stores
+    // when the source is asked for kPrefetchBytes early and the rounds are
+    // two vectors long (four-vector rounds measured up to a tenth slower
+    // there). The prefetch stays inside the row: the last kPrefetchBytes of
+    // the source go without it.
     constexpr size_t kN = Vec<W>::kLanes;
     constexpr size_t kAhead = kPrefetchBytes / sizeof(S);
     size_t i = 0;
