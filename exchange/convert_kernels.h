@@ -30,6 +30,9 @@ inline constexpr bool kStoresBits = std::is_same_v<W, D> ||
                                     (std::is_integral_v<W> && std::is_integral_v<D> &&
                                      sizeof(W) == sizeof(D));
 
+// How far ahead of the loads a widening kernel asks for its source.
+inline constexpr size_t kPrefetchBytes = 512;
+
 // Stores a vector block with a non-temporal hint (the destination is 32-byte
 // aligned and the lanes hold its bits).
 template <class W, class D>
@@ -99,7 +102,25 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
     d += i;
     n -= i;
   }
-  if constexpr (!kAlpha && kPack == 1) {
+  if constexpr (!kAlpha && kPack == 1 && sizeof(S) < sizeof(D)) {
+    // Widening: the destination stream is two to eight times the source's.
+    // Rows that run from the outer caches go at the speed of their stores
+    // when the source is asked for kPrefetchBytes early and the rounds are
+    // two vectors long (four-vector rounds measured up to a tenth slower
+    // there). The prefetch stays inside the row: the last kPrefetchBytes of
+    // the source go without it.
+    constexpr size_t kN = Vec<W>::kLanes;
+    constexpr size_t kAhead = kPrefetchBytes / sizeof(S);
+    size_t i = 0;
+    for (; i + kAhead + 2 * kN <= n; i += 2 * kN) {
+      _mm_prefetch(reinterpret_cast<const char*>(s + i + kAhead), _MM_HINT_T0);
+      StoreAs(op(LoadAs<Vec, W>(s + i)), d + i);
+      StoreAs(op(LoadAs<Vec, W>(s + i + kN)), d + i + kN);
+    }
+    s += i;
+    d += i;
+    n -= i;
+  } else if constexpr (!kAlpha && kPack == 1) {
     // Four vectors a round, then the block loop for the rest.
     constexpr size_t kN = Vec<W>::kLanes;
     size_t i = 0;

@@ -242,6 +242,28 @@ void ExpectModel(const std::vector<S>& in, const std::vector<D>& out, Model&& mo
   }
 }
 
+// Long rows, for the kernels that widen: row lengths on both sides of where
+// their prefetching rounds start (a few hundred samples, more for byte
+// sources), rows on three padded lines starting at different alignments, and
+// one merged run of several thousand samples.
+template <class S, class D, class Model>
+void CheckLongRows(const ImageCall<S, D>& call, Model&& model, const std::string& what) {
+  std::mt19937 rng(23);
+  const std::vector<S> in = InputsOf<S>(rng, 3000);
+  std::vector<S> used;
+  for (int width : {255, 271, 272, 273, 279, 287, 288, 289, 300, 511, 527, 528, 529, 535, 543, 544,
+                    545, 560, 1031, 2093}) {
+    // A different stretch of the inputs for each width.
+    std::vector<S> values(in.begin() + width % 97, in.end());
+    ExpectModel(used, RunPadded(call, values, width, 3, 1, false, &used, rng), model,
+                what + " width " + std::to_string(width));
+    if (::testing::Test::HasFailure()) return;
+  }
+  std::vector<S> merged;
+  for (size_t i = 0; i < 4133 * 2; ++i) merged.push_back(in[i % in.size()]);
+  ExpectModel(merged, RunContiguous(call, in, 4133, 2), model, what + " merged");
+}
+
 // Sets the control word for the life of the object.
 class CallerMxcsr {
  public:

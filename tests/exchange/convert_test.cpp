@@ -79,6 +79,20 @@ TEST(Convert, WideningAndNarrowingEveryValue){NYX_CONVERT_PLAIN_FORMS(NYX_TEST_P
 
 TEST(Convert, SignedToUnsignedEveryValue){NYX_CONVERT_RS_FORMS(NYX_TEST_RS)}
 
+// Rows long enough for the prefetching rounds of the widening kernels; the
+// other forms run the same rows through their own rounds.
+TEST(Convert, LongRows) {
+#define NYX_TEST_LONG(S, D)                                                                 \
+  CheckLongRows<Nyx##S, Nyx##D>(nyxiConvert_##S##D##_C1R, ExactModel<Nyx##S, Nyx##D>, #S #D);
+  NYX_CONVERT_PLAIN_FORMS(NYX_TEST_LONG)
+  NYX_CONVERT_PLAIN_C1_FORMS(NYX_TEST_LONG)
+#define NYX_TEST_LONG_RS(S, D)                                                                \
+  CheckLongRows<Nyx##S, Nyx##D>(                                                              \
+      nyxiConvert_##S##D##_C1Rs, [](Nyx##S x) { return static_cast<Nyx##D>(x < 0 ? 0 : x); }, \
+      #S #D " Rs");
+  NYX_CONVERT_RS_FORMS(NYX_TEST_LONG_RS)
+}
+
 TEST(Convert, SignedToUnsignedHasNoStrideTest) {
   const Nyx8s src[2] = {-1, 5};
   Nyx8u dst[2] = {9, 9};

@@ -128,6 +128,21 @@ TEST(Scale, FloatToByteRange) {
   }
 }
 
+// Rows long enough for the prefetching rounds of the widening kernels.
+TEST(Scale, WideningLongRows) {
+#define NYX_TEST_SCALE_WIDEN_LONG(S, D) \
+  CheckLongRows<Nyx##S, Nyx##D>(nyxiScale_##S##D##_C1R, ScaleWidenModel<Nyx##D>, #S #D);
+  NYX_SCALE_WIDEN_FORMS(NYX_TEST_SCALE_WIDEN_LONG)
+  for (auto [lo, hi] : {std::pair{0.0f, 1.0f}, std::pair{-3e5f, 7e6f}}) {
+    auto model = [lo, hi](Nyx8u x) {
+      const float k = (hi - lo) * 0.003921568859368563f;
+      return lo + static_cast<float>(x) * k;
+    };
+    CheckLongRows<Nyx8u, Nyx32f>(BindScale<Nyx8u, Nyx32f>(nyxiScale_8u32f_C1R, lo, hi), model,
+                                 "8u32f");
+  }
+}
+
 TEST(Scale, KnownValues) {
   const Nyx8u b[2] = {0, 255};
   Nyx16s s[2];
@@ -214,6 +229,24 @@ TEST(ScaleC, EveryPair) {
 #define NYX_TEST_SCALEC_SAME(T) CheckScaleCForm<Nyx##T, Nyx##T>(nyxiScaleC_##T##_C1R, #T);
   NYX_SCALEC_PAIRS(NYX_TEST_SCALEC)
   NYX_SCALEC_TYPES(NYX_TEST_SCALEC_SAME)
+}
+
+// Rows long enough for the prefetching rounds of the widening kernels, with
+// both the single and the double kernel, at every pair of types.
+template <class S, class D>
+void CheckScaleCLongRows(ScaleCFn<S, D> fn, const std::string& what) {
+  for (int hint : {0, 2}) {
+    auto call = [=](const S* s, int ss, D* d, int ds, NyxiSize r) {
+      return fn(s, ss, 0.75, -3.5, d, ds, r, static_cast<NyxHintAlgorithm>(hint));
+    };
+    auto model = [=](S x) { return ScaleCModel<S, D>(x, 0.75, -3.5, hint == 2); };
+    CheckLongRows<S, D>(call, model, what + " hint " + std::to_string(hint));
+  }
+}
+
+TEST(ScaleC, LongRows) {
+#define NYX_TEST_SCALEC_LONG(S, D) CheckScaleCLongRows<Nyx##S, Nyx##D>(nyxiScaleC_##S##D##_C1R, #S #D);
+  NYX_SCALEC_PAIRS(NYX_TEST_SCALEC_LONG)
 }
 
 // In place, every type: the same values as the two-image form.
