@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/simd/prefetch.h"
 #include "core/simd/vec.h"
 
 namespace nyx::avx2 {
@@ -119,16 +120,8 @@ NYX_INLINE __m256i LoadLanes(const uint8_t* lo, const uint8_t* hi) {
 // plane, 3 or 4 KiB of an interleaved row): the hardware prefetcher alone
 // keeps too few of the three to four streams in flight. Destination lines are
 // fetched for writing, so that the store later finds them owned. A prefetch
-// never faults, also past the end of an image (the address is formed as an
-// integer: it may lie outside every object).
+// never faults, also past the end of an image (core/simd/prefetch.h).
 inline constexpr ptrdiff_t kPrefetchRounds = 32;
-NYX_INLINE void PrefetchRead(const void* p, ptrdiff_t ahead) {
-  _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<uintptr_t>(p) + ahead), _MM_HINT_T0);
-}
-// PREFETCHW; processors without it execute the encoding as a no-op.
-NYX_INLINE void PrefetchWrite(const void* p, ptrdiff_t ahead) {
-  __asm__("prefetchw (%0)" : : "r"(reinterpret_cast<uintptr_t>(p) + ahead));
-}
 
 // Runs `rounds` rounds of two blocks each, with kIn and kOut chunks a block.
 template <int kIn, int kOut, bool kFill, bool kKeep, bool kInPlanar = false,

@@ -20,6 +20,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "core/simd/prefetch.h"
 #include "core/simd/vec.h"
 
 namespace nyx::avx2 {
@@ -343,8 +344,8 @@ bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScal
       // reach past the row is harmless).
       constexpr size_t kAhead = 512;
       for (; i + 16 <= n; i += 16) {
-        _mm_prefetch(reinterpret_cast<const char*>(a + i + kAhead), _MM_HINT_T0);
-        _mm_prefetch(reinterpret_cast<const char*>(b + i + kAhead), _MM_HINT_T0);
+        PrefetchRead(a + i, kAhead * sizeof(*a));
+        PrefetchRead(b + i, kAhead * sizeof(*b));
         _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
         _mm256_stream_ps(d + i + 8, DivF32x8<kAlpha>(a + i + 8, b + i + 8, d + i + 8, &met));
       }

@@ -24,6 +24,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "core/simd/prefetch.h"
 #include "core/simd/vec.h"
 
 namespace nyx::avx2 {
@@ -96,8 +97,8 @@ NYX_INLINE void RowBlocks(const T* a, const T* b, T* d, size_t n, Body&& body) {
   constexpr size_t kAhead = 2048 / sizeof(T);
   size_t i = head;
   for (; i + 2 * kN <= n; i += 2 * kN) {
-    _mm_prefetch(reinterpret_cast<const char*>(a + i + kAhead), _MM_HINT_T0);
-    _mm_prefetch(reinterpret_cast<const char*>(b + i + kAhead), _MM_HINT_T0);
+    PrefetchRead(a + i, kAhead * sizeof(*a));
+    PrefetchRead(b + i, kAhead * sizeof(*b));
     body.template operator()<Vec, true>(i);
     body.template operator()<Vec, true>(i + kN);
   }
