@@ -397,12 +397,17 @@ NYX_INLINE Dst FinishFloat(Acc v, const FloatRule& r) {
 // its taps in the flipped order (row by row, left to right), so the chain of
 // fused multiply-adds is the same as one output at a time.
 // The first and last kRows-1 source rows of a block reach only some of its
-// output rows; those rows are unrolled with the reached rows known at
-// compile time, and the rows between run all kRows.
+// output rows, and so keep fewer accumulators busy than the fused
+// multiply-add latency needs. Along a row group the blocks are therefore
+// skewed: output row k of a block is stored as soon as its kh source rows
+// are done, and its accumulators start on the next block at once, while the
+// other rows finish the previous one. Every step then keeps all 12
+// accumulators busy; only the first and last block of a group have the
+// short rows (unrolled, with the reached rows known at compile time).
 // The last partial vector of a row is a full vector ending at the row's end
 // (outputs computed twice are computed the same way); rows narrower than a
 // vector use masked loads of float samples, or one output at a time.
-template <class SrcT, class DstT, class Acc, int kNcT>
+template <class SrcT, class DstT, class Acc, int kNcT, int kDir = 1>
 struct FloatKernel {
   using Src = SrcT;
   using Dst = DstT;
@@ -420,8 +425,9 @@ struct FloatKernel {
   static constexpr bool kMasked = std::is_same_v<Src, Acc> && std::is_same_v<Acc, float>;
 
   int64_t kw, kh;
-  const Acc* taps;  // flipped, kh rows of kw (read at taps[idx * dir])
-  int64_t dir;      // 1, or -1 for the caller's unflipped array read from its end
+  // Flipped, kh rows of kw, read at taps[idx * kDir]: kDir -1 reads the
+  // caller's unflipped array from its end.
+  const Acc* taps;
   FloatRule rule;
 
   int64_t Delay() const { return (kh - 1) / 2 + kRows - 1; }
@@ -471,7 +477,7 @@ struct FloatKernel {
       for (int c = 0; c < C; ++c) v[c] = ld.Load(row + i * kNc + c * kL);
 #pragma GCC unroll 8
       for (int k = K0; k <= K1; ++k) {
-        const V t = F::Bcast(tp[k] + i * dir);
+        const V t = F::Bcast(tp[k] + i * kDir);
 #pragma GCC unroll 4
         for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, v[c], acc[k][c]);
       }
@@ -482,7 +488,7 @@ struct FloatKernel {
   template <int R, int C, int K0, int K1, class L>
   NYX_INLINE void SourceRow(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, int64_t r) const {
     const Acc* tp[R];
-    for (int k = K0; k <= K1; ++k) tp[k] = taps + (r - k) * kw * dir;
+    for (int k = K0; k <= K1; ++k) tp[k] = taps + (r - k) * kw * kDir;
     RowSteps<R, C, K0, K1>(acc, ld, frame::RowAt(s, ss, r), tp);
   }
 
@@ -520,7 +526,9 @@ struct FloatKernel {
   template <int R, int C, class L>
   NYX_INLINE void Sums(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, int64_t y,
                        int64_t x) const {
+#pragma GCC unroll 8
     for (int k = 0; k < R; ++k)
+#pragma GCC unroll 4
       for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
     s = frame::RowAt(s, ss, y) + x;
     if (kh >= R - 1) {
@@ -536,11 +544,67 @@ struct FloatKernel {
     }
   }
 
+  // Stores output row K of the block at d and clears its accumulators. (Rows
+  // are compile-time indices everywhere, so that the accumulators stay in
+  // registers.)
+  template <int R, int C, int K>
+  NYX_INLINE void StoreRow(V (&acc)[R][C], Dst* d) const {
+#pragma GCC unroll 4
+    for (int c = 0; c < C; ++c) {
+      Store8(acc[K][c], d + c * kL, rule);
+      acc[K][c] = F::Zero();
+    }
+  }
+  template <int R, int C, int K>
+  NYX_INLINE void StoreFrom(V (&acc)[R][C], Dst* const* d, int64_t x) const {
+    if constexpr (K < R) {
+      StoreRow<R, C, K>(acc, d[K] + x);
+      StoreFrom<R, C, K + 1>(acc, d, x);
+    }
+  }
+
+  // Step u < R-1 of a block b after the first: output rows 0..u take source
+  // row u of block b (at s), rows u+1..R-1 source row u+kh of block b-1 (at
+  // s - C*kL), which completes row u+1 of block b-1 (stored at d[u+1] + x).
+  template <int R, int C, int U>
+  NYX_INLINE void Overlap(V (&acc)[R][C], const Src* s, int64_t ss, Dst* const* d,
+                          int64_t x) const {
+    if constexpr (U < R - 1) {
+      SourceRow<R, C, 0, U>(acc, Plain{}, s, ss, U);
+      SourceRow<R, C, U + 1, R - 1>(acc, Plain{}, s - C * kL, ss, U + kh);
+      StoreRow<R, C, U + 1>(acc, d[U + 1] + x);
+      Overlap<R, C, U + 1>(acc, s, ss, d, x);
+    }
+  }
+
+  // Outputs [0, nb * C*kL) of rows y .. y+R-1, for kh at least R-1.
+  template <int R>
+  NYX_INLINE void Skewed(const Src* s, int64_t ss, int64_t y, int64_t nb, Dst* const* d) const {
+    constexpr int C = kCols;
+    constexpr int64_t kB = C * kL;
+    V acc[R][C];
+#pragma GCC unroll 8
+    for (int k = 0; k < R; ++k)
+#pragma GCC unroll 4
+      for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
+    s = frame::RowAt(s, ss, y);
+    Head<R, C, 0>(acc, Plain{}, s, ss);
+    for (int64_t b = 0; b < nb; ++b) {
+      if (b > 0) Overlap<R, C, 0>(acc, s + b * kB, ss, d, (b - 1) * kB);
+      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, Plain{}, s + b * kB, ss, r);
+      StoreRow<R, C, 0>(acc, d[0] + b * kB);
+    }
+    Tail<R, C, 0>(acc, Plain{}, s + (nb - 1) * kB, ss);
+    StoreFrom<R, C, 1>(acc, d, (nb - 1) * kB);
+  }
+
   template <int R, int C>
   NYX_INLINE void Block(const Src* s, int64_t ss, int64_t y, int64_t x, Dst* const* d) const {
     V acc[R][C];
     Sums<R, C>(acc, Plain{}, s, ss, y, x);
+#pragma GCC unroll 8
     for (int k = 0; k < R; ++k)
+#pragma GCC unroll 4
       for (int c = 0; c < C; ++c) Store8(acc[k][c], d[k] + x + c * kL, rule);
   }
 
@@ -548,6 +612,11 @@ struct FloatKernel {
   void Rows(const Src* s, int64_t ss, int64_t y, int64_t w, Dst* const* d) const {
     const int64_t n = w * kNc;
     int64_t x = 0;
+    if (kh >= R - 1 && n >= kCols * kL) {
+      const int64_t nb = n / (kCols * kL);
+      Skewed<R>(s, ss, y, nb, d);
+      x = nb * kCols * kL;
+    }
     for (; x + kCols * kL <= n; x += kCols * kL) Block<R, kCols>(s, ss, y, x, d);
     for (; x + kL <= n; x += kL) Block<R, 1>(s, ss, y, x, d);
     if (x == n) return;
@@ -558,6 +627,7 @@ struct FloatKernel {
       const Masked ld{_mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(n)), lane)};
       V acc[R][1];
       Sums<R, 1>(acc, ld, s, ss, y, 0);
+#pragma GCC unroll 8
       for (int k = 0; k < R; ++k) _mm256_maskstore_ps(d[k], ld.mask, acc[k][0]);
       return;
     }
@@ -567,7 +637,7 @@ struct FloatKernel {
         for (int64_t j = 0; j < kh; ++j) {
           const Src* row = frame::RowAt(s, ss, y + k + j) + o;
           for (int64_t i = 0; i < kw; ++i)
-            acc = F::Fma1(taps[(j * kw + i) * dir], static_cast<Acc>(row[i * kNc]), acc);
+            acc = F::Fma1(taps[(j * kw + i) * kDir], static_cast<Acc>(row[i * kNc]), acc);
         }
         d[k][o] = FinishFloat<Dst>(acc, rule);
       }
