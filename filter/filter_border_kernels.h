@@ -455,11 +455,16 @@ struct FloatKernel {
     for (int k = 0; k < R; ++k) out.Done(y + k);
   }
 
-  // Full vectors, or the first `mask` lanes by masked loads.
+  // Full vectors, or the first `mask` lanes by masked loads. kWidth, when
+  // not 0, is the kernel width known at compile time (the taps of a row are
+  // then unrolled).
+  template <int kWidthT = 0>
   struct Plain {
+    static constexpr int kWidth = kWidthT;
     NYX_INLINE V Load(const Src* p) const { return F::Load(p); }
   };
   struct Masked {
+    static constexpr int kWidth = 0;
     __m256i mask;
     NYX_INLINE V Load(const Src* p) const {
       if constexpr (kMasked) return _mm256_maskload_ps(p, mask);
@@ -471,7 +476,9 @@ struct FloatKernel {
   // first tap of kernel row r - k.
   template <int R, int C, int K0, int K1, class L>
   NYX_INLINE void RowSteps(V (&acc)[R][C], const L& ld, const Src* row, const Acc* const* tp) const {
-    for (int64_t i = 0; i < kw; ++i) {
+    const int64_t n = L::kWidth != 0 ? L::kWidth : kw;
+#pragma GCC unroll 8
+    for (int64_t i = 0; i < n; ++i) {
       V v[C];
 #pragma GCC unroll 4
       for (int c = 0; c < C; ++c) v[c] = ld.Load(row + i * kNc + c * kL);
@@ -566,20 +573,21 @@ struct FloatKernel {
   // Step u < R-1 of a block b after the first: output rows 0..u take source
   // row u of block b (at s), rows u+1..R-1 source row u+kh of block b-1 (at
   // s - C*kL), which completes row u+1 of block b-1 (stored at d[u+1] + x).
-  template <int R, int C, int U>
-  NYX_INLINE void Overlap(V (&acc)[R][C], const Src* s, int64_t ss, Dst* const* d,
+  template <int R, int C, int U, class L>
+  NYX_INLINE void Overlap(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, Dst* const* d,
                           int64_t x) const {
     if constexpr (U < R - 1) {
-      SourceRow<R, C, 0, U>(acc, Plain{}, s, ss, U);
-      SourceRow<R, C, U + 1, R - 1>(acc, Plain{}, s - C * kL, ss, U + kh);
+      SourceRow<R, C, 0, U>(acc, ld, s, ss, U);
+      SourceRow<R, C, U + 1, R - 1>(acc, ld, s - C * kL, ss, U + kh);
       StoreRow<R, C, U + 1>(acc, d[U + 1] + x);
-      Overlap<R, C, U + 1>(acc, s, ss, d, x);
+      Overlap<R, C, U + 1>(acc, ld, s, ss, d, x);
     }
   }
 
   // Outputs [0, nb * C*kL) of rows y .. y+R-1, for kh at least R-1.
-  template <int R>
-  NYX_INLINE void Skewed(const Src* s, int64_t ss, int64_t y, int64_t nb, Dst* const* d) const {
+  template <int R, class L>
+  NYX_INLINE void Skewed(const L& ld, const Src* s, int64_t ss, int64_t y, int64_t nb,
+                         Dst* const* d) const {
     constexpr int C = kCols;
     constexpr int64_t kB = C * kL;
     V acc[R][C];
@@ -588,20 +596,20 @@ struct FloatKernel {
 #pragma GCC unroll 4
       for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
     s = frame::RowAt(s, ss, y);
-    Head<R, C, 0>(acc, Plain{}, s, ss);
+    Head<R, C, 0>(acc, ld, s, ss);
     for (int64_t b = 0; b < nb; ++b) {
-      if (b > 0) Overlap<R, C, 0>(acc, s + b * kB, ss, d, (b - 1) * kB);
-      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, Plain{}, s + b * kB, ss, r);
+      if (b > 0) Overlap<R, C, 0>(acc, ld, s + b * kB, ss, d, (b - 1) * kB);
+      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s + b * kB, ss, r);
       StoreRow<R, C, 0>(acc, d[0] + b * kB);
     }
-    Tail<R, C, 0>(acc, Plain{}, s + (nb - 1) * kB, ss);
+    Tail<R, C, 0>(acc, ld, s + (nb - 1) * kB, ss);
     StoreFrom<R, C, 1>(acc, d, (nb - 1) * kB);
   }
 
   template <int R, int C>
   NYX_INLINE void Block(const Src* s, int64_t ss, int64_t y, int64_t x, Dst* const* d) const {
     V acc[R][C];
-    Sums<R, C>(acc, Plain{}, s, ss, y, x);
+    Sums<R, C>(acc, Plain<>{}, s, ss, y, x);
 #pragma GCC unroll 8
     for (int k = 0; k < R; ++k)
 #pragma GCC unroll 4
@@ -614,7 +622,12 @@ struct FloatKernel {
     int64_t x = 0;
     if (kh >= R - 1 && n >= kCols * kL) {
       const int64_t nb = n / (kCols * kL);
-      Skewed<R>(s, ss, y, nb, d);
+      // The common odd widths of one-channel float images get unrolled taps.
+      constexpr bool kUnroll = kMasked && kNc == 1;
+      if (kUnroll && kw == 3) Skewed<R>(Plain<kUnroll ? 3 : 0>{}, s, ss, y, nb, d);
+      else if (kUnroll && kw == 5) Skewed<R>(Plain<kUnroll ? 5 : 0>{}, s, ss, y, nb, d);
+      else if (kUnroll && kw == 7) Skewed<R>(Plain<kUnroll ? 7 : 0>{}, s, ss, y, nb, d);
+      else Skewed<R>(Plain<>{}, s, ss, y, nb, d);
       x = nb * kCols * kL;
     }
     for (; x + kCols * kL <= n; x += kCols * kL) Block<R, kCols>(s, ss, y, x, d);
