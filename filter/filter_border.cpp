@@ -75,17 +75,10 @@ void RunFloat(const uint8_t* block, const SpecHeader& h, const T* src, int ss, T
               NyxiSize roi, const MaskGeom& m, filter::BorderRule rule, const T* fill,
               Nyx8u* buffer) {
   using Acc = std::conditional_t<std::is_same_v<T, double>, double, float>;
-  const Acc* rep = nullptr;
-  int64_t stride = 0;
-  if constexpr (std::is_same_v<Acc, float>) {
-    if (h.kind >= kFloat8u && h.kind <= kFloat32f) {
-      rep = reinterpret_cast<const float*>(PreparedOf(block, h.kind, h.kw, h.kh));
-      stride = h.kind == kFloat32f && h.num_channels == 1 ? 16 : 8;
-    }
-  }
+  // The kernels broadcast the flipped taps; the replicated table of the
+  // block is not needed by them.
   const avx2::FloatKernel<T, T, Acc, kNc> k{
-      h.kw, h.kh, reinterpret_cast<const Acc*>(TapsOf(block)), 1, rep, stride,
-      {h.round_mode & 0xF, h.offset_f}};
+      h.kw, h.kh, reinterpret_cast<const Acc*>(TapsOf(block)), {h.round_mode & 0xF, h.offset_f}};
   Bordered<T, kNc>(k, src, ss, dst, ds, roi, m, rule, fill, buffer);
 }
 
@@ -139,8 +132,8 @@ NyxStatus Filter64f(const Nyx64f* src, int ss, Nyx64f* dst, int ds, NyxiSize roi
     return nyxStsStepErr;
   }
   const int64_t kw = ksize.width, kh = ksize.height;
-  const avx2::FloatKernel<double, double, double, 1> k{kw, kh, kernel + (kw * kh - 1), -1, nullptr, 0,
-                                                       {1, 0.0f}};
+  const avx2::FloatKernel<double, double, double, 1, -1> k{kw, kh, kernel + (kw * kh - 1),
+                                                           {1, 0.0f}};
   const Nyx64f* base = frame::RowAt(src, ss, anchor.y - (kh - 1)) + (anchor.x - (kw - 1));
   filter::DirectRows<double> out{dst, ds};
   k.Run(base, ss, roi.width, roi.height, out, nullptr, false);

@@ -3,12 +3,16 @@
 // The block starts at the caller's pointer aligned up to 64 bytes. A header
 // of 128 bytes (the fields below, in this order) is followed by the flipped
 // taps (16s, float or double by kind, each area a multiple of 64 bytes) and
-// then the second table that the vector kernels read:
+// then a second table:
 //   kinds 0, 1: the taps of each kernel row in pairs (t[2p], t[2p+1]) as
 //               one 32-bit word of two 16-bit halves, the last pair of an
-//               odd row padded with 0: kh * ceil(kw / 2) words;
+//               odd row padded with 0: kh * ceil(kw / 2) words; the integer
+//               kernels read it;
 //   kinds 3, 4, 5, and 6 with more than one channel: every tap 8 times;
-//   kind 6 with one channel: every tap 16 times.
+//   kind 6 with one channel: every tap 16 times. The float kernels do not
+//   read these copies (they broadcast the flipped taps, which costs the
+//   same single load); the copies stay so that the block keeps the size
+//   that the size query reports.
 // There is no id tag: `kind` says what the block holds. The pointer fields
 // record where the tables were at init; runs find them from the block's own
 // start, so a block moved by a multiple of 64 bytes keeps working.

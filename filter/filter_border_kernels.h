@@ -388,9 +388,28 @@ NYX_INLINE Dst FinishFloat(Acc v, const FloatRule& r) {
   }
 }
 
-// kRows output rows by kCols vectors share every tap; each accumulator
-// takes its taps in the flipped order.
-template <class SrcT, class DstT, class Acc, int kNcT>
+// Register blocking: a block is kRows output rows by kCols vectors. Source
+// row r of the block feeds output row k with kernel row j = r - k, so each
+// source vector is loaded once and multiplies up to kRows broadcast taps
+// (5 rows by 2 vectors: 10 accumulators, 2 source vectors and one tap, 7
+// loads for 10 fused multiply-adds; of the shapes that fit 16 registers it
+// loads the fewest unaligned source vectors per product, and measured
+// fastest). Walking r
+// upwards and the columns i upwards inside it, every accumulator still takes
+// its taps in the flipped order (row by row, left to right), so the chain of
+// fused multiply-adds is the same as one output at a time.
+// The first and last kRows-1 source rows of a block reach only some of its
+// output rows, and so keep fewer accumulators busy than the fused
+// multiply-add latency needs. Along a row group the blocks are therefore
+// skewed: output row k of a block is stored as soon as its kh source rows
+// are done, and its accumulators start on the next block at once, while the
+// other rows finish the previous one. Every step then keeps all
+// accumulators busy; only the first and last block of a group have the
+// short rows (unrolled, with the reached rows known at compile time).
+// The last partial vector of a row is a full vector ending at the row's end
+// (outputs computed twice are computed the same way); rows narrower than a
+// vector use masked loads of float samples, or one output at a time.
+template <class SrcT, class DstT, class Acc, int kNcT, int kDir = 1>
 struct FloatKernel {
   using Src = SrcT;
   using Dst = DstT;
@@ -402,15 +421,15 @@ struct FloatKernel {
   // The work buffer holds one strip rectangle at a time, not the left and
   // right ones side by side.
   static constexpr bool kSeparateSides = true;
-  static constexpr int kRows = 4;
+  static constexpr int kRows = 5;
   static constexpr int kCols = 2;
   static constexpr int64_t kL = F::kLanes;
+  static constexpr bool kMasked = std::is_same_v<Src, Acc> && std::is_same_v<Acc, float>;
 
   int64_t kw, kh;
-  const Acc* taps;  // flipped, kh rows of kw (read at taps[idx * dir])
-  int64_t dir;      // 1, or -1 for the caller's unflipped array read from its end
-  const Acc* rep;   // taps replicated `rep_stride` times, or null
-  int64_t rep_stride;
+  // Flipped, kh rows of kw, read at taps[idx * kDir]: kDir -1 reads the
+  // caller's unflipped array from its end.
+  const Acc* taps;
   FloatRule rule;
 
   int64_t Delay() const { return (kh - 1) / 2 + kRows - 1; }
@@ -419,47 +438,186 @@ struct FloatKernel {
   template <class Out>
   void Run(const Src* s, int64_t ss, int64_t w, int64_t h, Out& out, uint8_t*, bool) const {
     int64_t y = 0;
-    if (kh > 1) {
-      for (; y + kRows <= h; y += kRows) {
-        Dst* d[kRows];
-        for (int k = 0; k < kRows; ++k) d[k] = out.Row(y + k);
-        Rows<kRows>(s, ss, y, w, d);
-        for (int k = 0; k < kRows; ++k) out.Done(y + k);
-      }
-    }
-    for (; y < h; ++y) {
-      Dst* d = out.Row(y);
-      Rows<1>(s, ss, y, w, &d);
-      out.Done(y);
-    }
+    for (; y + kRows <= h; y += kRows) Group<kRows>(s, ss, y, w, out);
+    Rest<1>(s, ss, y, h - y, w, out);
   }
 
  private:
-  NYX_INLINE V Tap(int64_t idx) const {
-    if constexpr (std::is_same_v<Acc, float>) {
-      if (rep != nullptr) return _mm256_load_ps(rep + idx * rep_stride);
+  // The last rows, in one group of their own count.
+  template <int K, class Out>
+  NYX_INLINE void Rest(const Src* s, int64_t ss, int64_t y, int64_t left, int64_t w, Out& out) const {
+    if constexpr (K < kRows) {
+      if (left == K) return Group<K>(s, ss, y, w, out);
+      return Rest<K + 1>(s, ss, y, left, w, out);
     }
-    return F::Bcast(taps + idx * dir);
+  }
+
+  template <int R, class Out>
+  NYX_INLINE void Group(const Src* s, int64_t ss, int64_t y, int64_t w, Out& out) const {
+    Dst* d[R];
+    for (int k = 0; k < R; ++k) d[k] = out.Row(y + k);
+    Rows<R>(s, ss, y, w, d);
+    for (int k = 0; k < R; ++k) out.Done(y + k);
+  }
+
+  // Full vectors, or the first `mask` lanes by masked loads. kWidth, when
+  // not 0, is the kernel width known at compile time (the taps of a row are
+  // then unrolled).
+  template <int kWidthT = 0>
+  struct Plain {
+    static constexpr int kWidth = kWidthT;
+    NYX_INLINE V Load(const Src* p) const { return F::Load(p); }
+  };
+  struct Masked {
+    static constexpr int kWidth = 0;
+    __m256i mask;
+    NYX_INLINE V Load(const Src* p) const {
+      if constexpr (kMasked) return _mm256_maskload_ps(p, mask);
+      else return F::Load(p);
+    }
+  };
+
+  // Source row `row` against output rows K0..K1 of the block: tp[k] is the
+  // first tap of kernel row r - k.
+  template <int R, int C, int K0, int K1, class L>
+  NYX_INLINE void RowSteps(V (&acc)[R][C], const L& ld, const Src* row, const Acc* const* tp) const {
+    const int64_t n = L::kWidth != 0 ? L::kWidth : kw;
+#pragma GCC unroll 8
+    for (int64_t i = 0; i < n; ++i) {
+      V v[C];
+#pragma GCC unroll 4
+      for (int c = 0; c < C; ++c) v[c] = ld.Load(row + i * kNc + c * kL);
+#pragma GCC unroll 8
+      for (int k = K0; k <= K1; ++k) {
+        const V t = F::Bcast(tp[k] + i * kDir);
+#pragma GCC unroll 4
+        for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, v[c], acc[k][c]);
+      }
+    }
+  }
+
+  // Source row r of the block, reaching output rows K0..K1.
+  template <int R, int C, int K0, int K1, class L>
+  NYX_INLINE void SourceRow(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, int64_t r) const {
+    const Acc* tp[R];
+    for (int k = K0; k <= K1; ++k) tp[k] = taps + (r - k) * kw * kDir;
+    RowSteps<R, C, K0, K1>(acc, ld, frame::RowAt(s, ss, r), tp);
+  }
+
+  // Source rows 0 .. R-2 (output rows 0 .. r) and kh .. kh+R-2 (output
+  // rows r-kh+1 .. R-1), for kh at least R-1.
+  template <int R, int C, int H, class L>
+  NYX_INLINE void Head(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss) const {
+    if constexpr (H < R - 1) {
+      SourceRow<R, C, 0, H>(acc, ld, s, ss, H);
+      Head<R, C, H + 1>(acc, ld, s, ss);
+    }
+  }
+  template <int R, int C, int T, class L>
+  NYX_INLINE void Tail(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss) const {
+    if constexpr (T < R - 1) {
+      SourceRow<R, C, T + 1, R - 1>(acc, ld, s, ss, kh + T);
+      Tail<R, C, T + 1>(acc, ld, s, ss);
+    }
+  }
+
+  // Any kh: the output rows [k0, k1] that source row r reaches, chosen at
+  // run time.
+  template <int R, int C, class L, int K0 = 0, int K1 = 0>
+  NYX_INLINE void AnyRow(int k0, int k1, V (&acc)[R][C], const L& ld, const Src* s, int64_t ss,
+                         int64_t r) const {
+    if constexpr (K1 < R) {
+      if (k0 == K0 && k1 == K1) return SourceRow<R, C, K0, K1>(acc, ld, s, ss, r);
+      return AnyRow<R, C, L, K0, K1 + 1>(k0, k1, acc, ld, s, ss, r);
+    } else if constexpr (K0 + 1 < R) {
+      return AnyRow<R, C, L, K0 + 1, K0 + 1>(k0, k1, acc, ld, s, ss, r);
+    }
+  }
+
+  // Sums of outputs [x, x + C*kL) of rows y .. y+R-1 into acc.
+  template <int R, int C, class L>
+  NYX_INLINE void Sums(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, int64_t y,
+                       int64_t x) const {
+#pragma GCC unroll 8
+    for (int k = 0; k < R; ++k)
+#pragma GCC unroll 4
+      for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
+    s = frame::RowAt(s, ss, y) + x;
+    if (kh >= R - 1) {
+      Head<R, C, 0>(acc, ld, s, ss);
+      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s, ss, r);
+      Tail<R, C, 0>(acc, ld, s, ss);
+    } else {
+      for (int64_t r = 0; r < kh + R - 1; ++r) {
+        const int k0 = static_cast<int>(r - kh + 1 > 0 ? r - kh + 1 : 0);
+        const int k1 = static_cast<int>(r < R - 1 ? r : R - 1);
+        AnyRow<R, C>(k0, k1, acc, ld, s, ss, r);
+      }
+    }
+  }
+
+  // Stores output row K of the block at d and clears its accumulators. (Rows
+  // are compile-time indices everywhere, so that the accumulators stay in
+  // registers.)
+  template <int R, int C, int K>
+  NYX_INLINE void StoreRow(V (&acc)[R][C], Dst* d) const {
+#pragma GCC unroll 4
+    for (int c = 0; c < C; ++c) {
+      Store8(acc[K][c], d + c * kL, rule);
+      acc[K][c] = F::Zero();
+    }
+  }
+  template <int R, int C, int K>
+  NYX_INLINE void StoreFrom(V (&acc)[R][C], Dst* const* d, int64_t x) const {
+    if constexpr (K < R) {
+      StoreRow<R, C, K>(acc, d[K] + x);
+      StoreFrom<R, C, K + 1>(acc, d, x);
+    }
+  }
+
+  // Step u < R-1 of a block b after the first: output rows 0..u take source
+  // row u of block b (at s), rows u+1..R-1 source row u+kh of block b-1 (at
+  // s - C*kL), which completes row u+1 of block b-1 (stored at d[u+1] + x).
+  template <int R, int C, int U, class L>
+  NYX_INLINE void Overlap(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, Dst* const* d,
+                          int64_t x) const {
+    if constexpr (U < R - 1) {
+      SourceRow<R, C, 0, U>(acc, ld, s, ss, U);
+      SourceRow<R, C, U + 1, R - 1>(acc, ld, s - C * kL, ss, U + kh);
+      StoreRow<R, C, U + 1>(acc, d[U + 1] + x);
+      Overlap<R, C, U + 1>(acc, ld, s, ss, d, x);
+    }
+  }
+
+  // Outputs [0, nb * C*kL) of rows y .. y+R-1, for kh at least R-1.
+  template <int R, class L>
+  NYX_INLINE void Skewed(const L& ld, const Src* s, int64_t ss, int64_t y, int64_t nb,
+                         Dst* const* d) const {
+    constexpr int C = kCols;
+    constexpr int64_t kB = C * kL;
+    V acc[R][C];
+#pragma GCC unroll 8
+    for (int k = 0; k < R; ++k)
+#pragma GCC unroll 4
+      for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
+    s = frame::RowAt(s, ss, y);
+    Head<R, C, 0>(acc, ld, s, ss);
+    for (int64_t b = 0; b < nb; ++b) {
+      if (b > 0) Overlap<R, C, 0>(acc, ld, s + b * kB, ss, d, (b - 1) * kB);
+      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s + b * kB, ss, r);
+      StoreRow<R, C, 0>(acc, d[0] + b * kB);
+    }
+    Tail<R, C, 0>(acc, ld, s + (nb - 1) * kB, ss);
+    StoreFrom<R, C, 1>(acc, d, (nb - 1) * kB);
   }
 
   template <int R, int C>
   NYX_INLINE void Block(const Src* s, int64_t ss, int64_t y, int64_t x, Dst* const* d) const {
     V acc[R][C];
+    Sums<R, C>(acc, Plain<>{}, s, ss, y, x);
+#pragma GCC unroll 8
     for (int k = 0; k < R; ++k)
-      for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
-    for (int64_t j = 0; j < kh; ++j) {
-      const Src* row = frame::RowAt(s, ss, y + j) + x;
-      for (int64_t i = 0; i < kw; ++i) {
-        const V t = Tap(j * kw + i);
 #pragma GCC unroll 4
-        for (int k = 0; k < R; ++k) {
-          const Src* q = frame::RowAt(row, ss, k) + i * kNc;
-#pragma GCC unroll 4
-          for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, F::Load(q + c * kL), acc[k][c]);
-        }
-      }
-    }
-    for (int k = 0; k < R; ++k)
       for (int c = 0; c < C; ++c) Store8(acc[k][c], d[k] + x + c * kL, rule);
   }
 
@@ -467,15 +625,37 @@ struct FloatKernel {
   void Rows(const Src* s, int64_t ss, int64_t y, int64_t w, Dst* const* d) const {
     const int64_t n = w * kNc;
     int64_t x = 0;
+    if (kh >= R - 1 && n >= kCols * kL) {
+      const int64_t nb = n / (kCols * kL);
+      // The common odd widths of one-channel float images get unrolled taps.
+      constexpr bool kUnroll = kMasked && kNc == 1;
+      if (kUnroll && kw == 3) Skewed<R>(Plain<kUnroll ? 3 : 0>{}, s, ss, y, nb, d);
+      else if (kUnroll && kw == 5) Skewed<R>(Plain<kUnroll ? 5 : 0>{}, s, ss, y, nb, d);
+      else if (kUnroll && kw == 7) Skewed<R>(Plain<kUnroll ? 7 : 0>{}, s, ss, y, nb, d);
+      else Skewed<R>(Plain<>{}, s, ss, y, nb, d);
+      x = nb * kCols * kL;
+    }
     for (; x + kCols * kL <= n; x += kCols * kL) Block<R, kCols>(s, ss, y, x, d);
     for (; x + kL <= n; x += kL) Block<R, 1>(s, ss, y, x, d);
+    if (x == n) return;
+    if (n >= kL) return Block<R, 1>(s, ss, y, n - kL, d);
+    if constexpr (kMasked) {
+      // Fewer samples than a vector: lanes past n are neither read nor kept.
+      const __m256i lane = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+      const Masked ld{_mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(n)), lane)};
+      V acc[R][1];
+      Sums<R, 1>(acc, ld, s, ss, y, 0);
+#pragma GCC unroll 8
+      for (int k = 0; k < R; ++k) _mm256_maskstore_ps(d[k], ld.mask, acc[k][0]);
+      return;
+    }
     for (int k = 0; k < R; ++k) {
-      for (int64_t o = x; o < n; ++o) {
+      for (int64_t o = 0; o < n; ++o) {
         Acc acc = 0;
         for (int64_t j = 0; j < kh; ++j) {
           const Src* row = frame::RowAt(s, ss, y + k + j) + o;
           for (int64_t i = 0; i < kw; ++i)
-            acc = F::Fma1(taps[(j * kw + i) * dir], static_cast<Acc>(row[i * kNc]), acc);
+            acc = F::Fma1(taps[(j * kw + i) * kDir], static_cast<Acc>(row[i * kNc]), acc);
         }
         d[k][o] = FinishFloat<Dst>(acc, rule);
       }

@@ -284,6 +284,91 @@ TEST(FilterBorder, WideRows) {
   }
 }
 
+// Float taps on a source that ends at a guard page, every pixel read from
+// memory (word 0xF0): row groups of 1 to 4 rows, kernels lower than, equal
+// to and higher than a group, blocks of three vectors, one vector, a last
+// vector that overlaps its neighbour, and rows narrower than a vector
+// (masked for float samples, one output at a time for the others).
+template <class T, int kNc>
+void BlockShapes(int kw, int kh, int w, int h, std::mt19937& rng) {
+  SCOPED_TRACE(::testing::Message() << "kernel " << kw << "x" << kh << " roi " << w << "x" << h
+                                    << " channels " << kNc << " sample bytes " << sizeof(T));
+  const NyxiSize ks{kw, kh}, roi{w, h};
+  const int n = kw * kh;
+  int spec_size = 0, buf_size = 0;
+  ASSERT_EQ(nyxiFilterBorderGetSize(ks, roi, kType<T>, sizeof(T) == 8 ? nyx64f : nyx32f, kNc,
+                                    &spec_size, &buf_size),
+            nyxStsNoErr);
+  std::vector<uint8_t> spec_mem(static_cast<size_t>(spec_size)), buf(static_cast<size_t>(buf_size));
+  auto* spec = reinterpret_cast<NyxiFilterBorderSpec*>(spec_mem.data());
+  std::vector<float> kf(static_cast<size_t>(n));
+  std::vector<double> kd(static_cast<size_t>(n));
+  for (int i = 0; i < n; ++i) {
+    kf[i] = static_cast<float>(std::uniform_real_distribution<double>(-1.5, 2.0)(rng));
+    kd[i] = kf[i] * 1.000001;
+  }
+  if constexpr (sizeof(T) == 8) {
+    ASSERT_EQ(nyxiFilterBorderInit_64f(kd.data(), ks, nyx64f, 1, nyxRndNear, spec), nyxStsNoErr);
+  } else {
+    ASSERT_EQ(nyxiFilterBorderInit_32f(kf.data(), ks, kType<T>, kNc, nyxRndNear, spec), nyxStsNoErr);
+  }
+  // Rows of exactly the samples the call may read, the last one against the
+  // guard page.
+  const int row = (w + kw - 1) * kNc, rows = h + kh - 1;
+  GuardedBuffer src(sizeof(T) * static_cast<size_t>(row) * rows);
+  T* s = src.as<T>();
+  for (int i = 0; i < row * rows; ++i) s[i] = PaddedImage<T>::RandomSample(rng);
+  PaddedImage<T> dst(w, h, kNc, 2, 8);
+  const int ax = (kw - 1) / 2, ay = (kh - 1) / 2;
+  const T* origin = s + ay * row + ax * kNc;
+  const BorderFn<T> fn = Entry<T, kNc>();
+  ASSERT_EQ(fn(origin, static_cast<int>(sizeof(T)) * row, dst.roi(), dst.step(), roi, 0xF0, nullptr,
+               spec, buf.data()),
+            nyxStsNoErr);
+  ASSERT_TRUE(dst.OutsideIntact());
+  ExtendedImage<T> e;
+  e.pixel = [&](int64_t x, int64_t y, int ch) { return s[(y + ay) * row + (x + ax) * kNc + ch]; };
+  e.W = w;
+  e.H = h;
+  e.m = BoxMask{kw, kh};
+  e.mode = 1;
+  e.flags = 0xF0;
+  e.value = nullptr;
+  for (int y = 0; y < h; ++y) {
+    for (int x = 0; x < w; ++x) {
+      for (int ch = 0; ch < kNc; ++ch) {
+        T want;
+        if constexpr (sizeof(T) == 8) want = nyx::ref::ConvChain<double>(e, kd.data(), x, y, ch);
+        else if constexpr (std::is_same_v<T, float>)
+          want = nyx::ref::ConvChain<float>(e, kf.data(), x, y, ch);
+        else
+          want = nyx::ref::FloatToSample<T>(nyx::ref::ConvChain<float>(e, kf.data(), x, y, ch), 0.0f, 1);
+        ASSERT_TRUE(SameBits(dst.at(x, y, ch), want)) << "at " << x << "," << y << "," << ch;
+      }
+    }
+  }
+}
+
+TEST(FilterBorder, FloatBlockShapes) {
+  std::mt19937 rng(61);
+  const int kKernels[][2] = {{2, 2}, {3, 3}, {5, 4}, {7, 7}, {1, 6}, {9, 1}, {4, 2}};
+  for (const auto& k : kKernels) {
+    for (int h : {1, 2, 3, 4, 5, 6, 7, 9}) {
+      for (int w : {1, 3, 7, 8, 9, 20, 24, 25, 47, 49}) {
+        BlockShapes<Nyx32f, 1>(k[0], k[1], w, h, rng);
+        if (::testing::Test::HasFatalFailure()) return;
+      }
+    }
+    for (int w : {1, 5, 9, 26, 50}) {
+      BlockShapes<Nyx8u, 1>(k[0], k[1], w, 6, rng);
+      BlockShapes<Nyx32f, 3>(k[0], k[1], w, 5, rng);
+      BlockShapes<Nyx16s, 4>(k[0], k[1], w, 3, rng);
+      BlockShapes<Nyx64f, 1>(k[0], k[1], w, 7, rng);
+      if (::testing::Test::HasFatalFailure()) return;
+    }
+  }
+}
+
 // The rounding rules at their edges, through 1 by 1 (exact rule) and 2 by 2
 // (fast rule) kernels on a constant image.
 template <int kW, int kH>
