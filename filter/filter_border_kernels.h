@@ -406,9 +406,11 @@ NYX_INLINE Dst FinishFloat(Acc v, const FloatRule& r) {
 // other rows finish the previous one. Every step then keeps all
 // accumulators busy; only the first and last block of a group have the
 // short rows (unrolled, with the reached rows known at compile time).
-// The last partial vector of a row is a full vector ending at the row's end
-// (outputs computed twice are computed the same way); rows narrower than a
-// vector use masked loads of float samples, or one output at a time.
+// The last partial block of a row is a whole block ending at the row's end
+// (outputs computed twice are computed the same way). Rows narrower than a
+// block take vectors with masked loads (float samples), or a vector from
+// each end (other samples), or one output at a time (narrower than a
+// vector).
 template <class SrcT, class DstT, class Acc, int kNcT, int kDir = 1>
 struct FloatKernel {
   using Src = SrcT;
@@ -437,21 +439,21 @@ struct FloatKernel {
 
   template <class Out>
   void Run(const Src* s, int64_t ss, int64_t w, int64_t h, Out& out, uint8_t*, bool) const {
+    // Groups of kh+1 rows at most, so that every source row of a block
+    // reaches the first or the last output row of the group; groups of
+    // kRows, 4, 2 and 1 rows only, to bound the code.
     int64_t y = 0;
-    for (; y + kRows <= h; y += kRows) Group<kRows>(s, ss, y, w, out);
-    Rest<1>(s, ss, y, h - y, w, out);
+    if (kh + 1 >= kRows) {
+      for (; y + kRows <= h; y += kRows) Group<kRows>(s, ss, y, w, out);
+    }
+    if (kh + 1 >= 4) {
+      for (; y + 4 <= h; y += 4) Group<4>(s, ss, y, w, out);
+    }
+    for (; y + 2 <= h; y += 2) Group<2>(s, ss, y, w, out);
+    if (y < h) Group<1>(s, ss, y, w, out);
   }
 
  private:
-  // The last rows, in one group of their own count.
-  template <int K, class Out>
-  NYX_INLINE void Rest(const Src* s, int64_t ss, int64_t y, int64_t left, int64_t w, Out& out) const {
-    if constexpr (K < kRows) {
-      if (left == K) return Group<K>(s, ss, y, w, out);
-      return Rest<K + 1>(s, ss, y, left, w, out);
-    }
-  }
-
   template <int R, class Out>
   NYX_INLINE void Group(const Src* s, int64_t ss, int64_t y, int64_t w, Out& out) const {
     Dst* d[R];
@@ -505,7 +507,7 @@ struct FloatKernel {
   }
 
   // Source rows 0 .. R-2 (output rows 0 .. r) and kh .. kh+R-2 (output
-  // rows r-kh+1 .. R-1), for kh at least R-1.
+  // rows r-kh+1 .. R-1); kh is at least R-1.
   template <int R, int C, int H, class L>
   NYX_INLINE void Head(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss) const {
     if constexpr (H < R - 1) {
@@ -521,20 +523,8 @@ struct FloatKernel {
     }
   }
 
-  // Any kh: the output rows [k0, k1] that source row r reaches, chosen at
-  // run time.
-  template <int R, int C, class L, int K0 = 0, int K1 = 0>
-  NYX_INLINE void AnyRow(int k0, int k1, V (&acc)[R][C], const L& ld, const Src* s, int64_t ss,
-                         int64_t r) const {
-    if constexpr (K1 < R) {
-      if (k0 == K0 && k1 == K1) return SourceRow<R, C, K0, K1>(acc, ld, s, ss, r);
-      return AnyRow<R, C, L, K0, K1 + 1>(k0, k1, acc, ld, s, ss, r);
-    } else if constexpr (K0 + 1 < R) {
-      return AnyRow<R, C, L, K0 + 1, K0 + 1>(k0, k1, acc, ld, s, ss, r);
-    }
-  }
-
-  // Sums of outputs [x, x + C*kL) of rows y .. y+R-1 into acc.
+  // Sums of outputs [x, x + C*kL) of rows y .. y+R-1 into acc (kh is at
+  // least R-1).
   template <int R, int C, class L>
   NYX_INLINE void Sums(V (&acc)[R][C], const L& ld, const Src* s, int64_t ss, int64_t y,
                        int64_t x) const {
@@ -543,17 +533,9 @@ struct FloatKernel {
 #pragma GCC unroll 4
       for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
     s = frame::RowAt(s, ss, y) + x;
-    if (kh >= R - 1) {
-      Head<R, C, 0>(acc, ld, s, ss);
-      for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s, ss, r);
-      Tail<R, C, 0>(acc, ld, s, ss);
-    } else {
-      for (int64_t r = 0; r < kh + R - 1; ++r) {
-        const int k0 = static_cast<int>(r - kh + 1 > 0 ? r - kh + 1 : 0);
-        const int k1 = static_cast<int>(r < R - 1 ? r : R - 1);
-        AnyRow<R, C>(k0, k1, acc, ld, s, ss, r);
-      }
-    }
+    Head<R, C, 0>(acc, ld, s, ss);
+    for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s, ss, r);
+    Tail<R, C, 0>(acc, ld, s, ss);
   }
 
   // Stores output row K of the block at d and clears its accumulators. (Rows
@@ -589,9 +571,9 @@ struct FloatKernel {
     }
   }
 
-  // Outputs [0, nb * C*kL) of rows y .. y+R-1, for kh at least R-1.
+  // Outputs [x0, x0 + nb * C*kL) of rows y .. y+R-1.
   template <int R, class L>
-  NYX_INLINE void Skewed(const L& ld, const Src* s, int64_t ss, int64_t y, int64_t nb,
+  NYX_INLINE void Skewed(const L& ld, const Src* s, int64_t ss, int64_t y, int64_t x0, int64_t nb,
                          Dst* const* d) const {
     constexpr int C = kCols;
     constexpr int64_t kB = C * kL;
@@ -600,15 +582,27 @@ struct FloatKernel {
     for (int k = 0; k < R; ++k)
 #pragma GCC unroll 4
       for (int c = 0; c < C; ++c) acc[k][c] = F::Zero();
-    s = frame::RowAt(s, ss, y);
+    s = frame::RowAt(s, ss, y) + x0;
     Head<R, C, 0>(acc, ld, s, ss);
     for (int64_t b = 0; b < nb; ++b) {
-      if (b > 0) Overlap<R, C, 0>(acc, ld, s + b * kB, ss, d, (b - 1) * kB);
+      if (b > 0) Overlap<R, C, 0>(acc, ld, s + b * kB, ss, d, x0 + (b - 1) * kB);
       for (int64_t r = R - 1; r < kh; ++r) SourceRow<R, C, 0, R - 1>(acc, ld, s + b * kB, ss, r);
-      StoreRow<R, C, 0>(acc, d[0] + b * kB);
+      StoreRow<R, C, 0>(acc, d[0] + x0 + b * kB);
     }
     Tail<R, C, 0>(acc, ld, s + (nb - 1) * kB, ss);
-    StoreFrom<R, C, 1>(acc, d, (nb - 1) * kB);
+    StoreFrom<R, C, 1>(acc, d, x0 + (nb - 1) * kB);
+  }
+
+  template <int R, class L>
+  NYX_INLINE void SkewedBy(const L& ld, const Src* s, int64_t ss, int64_t y, int64_t x0,
+                           int64_t nb, Dst* const* d) const {
+    // The common odd widths of one-channel float images get unrolled taps
+    // (in full groups, which make nearly all of the work).
+    constexpr bool kUnroll = kMasked && kNc == 1 && R == kRows;
+    if (kUnroll && kw == 3) return Skewed<R>(Plain<kUnroll ? 3 : 0>{}, s, ss, y, x0, nb, d);
+    if (kUnroll && kw == 5) return Skewed<R>(Plain<kUnroll ? 5 : 0>{}, s, ss, y, x0, nb, d);
+    if (kUnroll && kw == 7) return Skewed<R>(Plain<kUnroll ? 7 : 0>{}, s, ss, y, x0, nb, d);
+    Skewed<R>(ld, s, ss, y, x0, nb, d);
   }
 
   template <int R, int C>
@@ -623,30 +617,31 @@ struct FloatKernel {
 
   template <int R>
   void Rows(const Src* s, int64_t ss, int64_t y, int64_t w, Dst* const* d) const {
+    constexpr int64_t kB = kCols * kL;
     const int64_t n = w * kNc;
-    int64_t x = 0;
-    if (kh >= R - 1 && n >= kCols * kL) {
-      const int64_t nb = n / (kCols * kL);
-      // The common odd widths of one-channel float images get unrolled taps.
-      constexpr bool kUnroll = kMasked && kNc == 1;
-      if (kUnroll && kw == 3) Skewed<R>(Plain<kUnroll ? 3 : 0>{}, s, ss, y, nb, d);
-      else if (kUnroll && kw == 5) Skewed<R>(Plain<kUnroll ? 5 : 0>{}, s, ss, y, nb, d);
-      else if (kUnroll && kw == 7) Skewed<R>(Plain<kUnroll ? 7 : 0>{}, s, ss, y, nb, d);
-      else Skewed<R>(Plain<>{}, s, ss, y, nb, d);
-      x = nb * kCols * kL;
+    if (n >= kB) {
+      // Whole blocks, then one block ending at the row's end (outputs
+      // computed twice are computed the same way).
+      SkewedBy<R>(Plain<>{}, s, ss, y, 0, n / kB, d);
+      if (n % kB != 0) SkewedBy<R>(Plain<>{}, s, ss, y, n - kB, 1, d);
+      return;
     }
-    for (; x + kCols * kL <= n; x += kCols * kL) Block<R, kCols>(s, ss, y, x, d);
-    for (; x + kL <= n; x += kL) Block<R, 1>(s, ss, y, x, d);
-    if (x == n) return;
-    if (n >= kL) return Block<R, 1>(s, ss, y, n - kL, d);
     if constexpr (kMasked) {
-      // Fewer samples than a vector: lanes past n are neither read nor kept.
+      // Fewer samples than a block: vectors of the lanes below n; lanes past
+      // n are neither read nor kept.
       const __m256i lane = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
-      const Masked ld{_mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(n)), lane)};
-      V acc[R][1];
-      Sums<R, 1>(acc, ld, s, ss, y, 0);
+      for (int64_t x = 0; x < n; x += kL) {
+        const Masked ld{_mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int>(n - x)), lane)};
+        V acc[R][1];
+        Sums<R, 1>(acc, ld, s, ss, y, x);
 #pragma GCC unroll 8
-      for (int k = 0; k < R; ++k) _mm256_maskstore_ps(d[k], ld.mask, acc[k][0]);
+        for (int k = 0; k < R; ++k) _mm256_maskstore_ps(d[k] + x, ld.mask, acc[k][0]);
+      }
+      return;
+    }
+    if (n >= kL) {
+      Block<R, 1>(s, ss, y, 0, d);
+      if (n > kL) Block<R, 1>(s, ss, y, n - kL, d);
       return;
     }
     for (int k = 0; k < R; ++k) {

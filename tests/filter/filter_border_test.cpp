@@ -285,10 +285,12 @@ TEST(FilterBorder, WideRows) {
 }
 
 // Float taps on a source that ends at a guard page, every pixel read from
-// memory (word 0xF0): row groups of 1 to 4 rows, kernels lower than, equal
-// to and higher than a group, blocks of three vectors, one vector, a last
-// vector that overlaps its neighbour, and rows narrower than a vector
-// (masked for float samples, one output at a time for the others).
+// memory (word 0xF0): heights that make groups of 5, 4, 2 and 1 rows;
+// kernels lower than a group (smaller groups), as high and higher; kernel
+// widths 3, 5 and 7 (unrolled for one-channel float) and others; rows of
+// several blocks, one block, a last block that overlaps its neighbour, and
+// rows narrower than a block (masked vectors for float samples, a vector
+// from each end or one output at a time for the others).
 template <class T, int kNc>
 void BlockShapes(int kw, int kh, int w, int h, std::mt19937& rng) {
   SCOPED_TRACE(::testing::Message() << "kernel " << kw << "x" << kh << " roi " << w << "x" << h
@@ -351,7 +353,7 @@ void BlockShapes(int kw, int kh, int w, int h, std::mt19937& rng) {
 
 TEST(FilterBorder, FloatBlockShapes) {
   std::mt19937 rng(61);
-  const int kKernels[][2] = {{2, 2}, {3, 3}, {5, 4}, {7, 7}, {1, 6}, {9, 1}, {4, 2}};
+  const int kKernels[][2] = {{2, 2}, {3, 3}, {3, 6}, {5, 4}, {7, 7}, {1, 6}, {9, 1}, {4, 2}};
   for (const auto& k : kKernels) {
     for (int h : {1, 2, 3, 4, 5, 6, 7, 9}) {
       for (int w : {1, 3, 7, 8, 9, 20, 24, 25, 47, 49}) {
