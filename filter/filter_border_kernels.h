@@ -479,22 +479,35 @@ struct FloatKernel {
     }
   };
 
-  // Source row `row` against output rows K0..K1 of the block: tp[k] is the
-  // first tap of kernel row r - k.
+  // Tap column i of source row `row` against output rows K0..K1 of the
+  // block: tp[k] is the first tap of kernel row r - k.
+  template <int R, int C, int K0, int K1, class L>
+  NYX_INLINE void TapColumn(V (&acc)[R][C], const L& ld, const Src* row, const Acc* const* tp,
+                            int64_t i) const {
+    V v[C];
+#pragma GCC unroll 4
+    for (int c = 0; c < C; ++c) v[c] = ld.Load(row + i * kNc + c * kL);
+#pragma GCC unroll 8
+    for (int k = K0; k <= K1; ++k) {
+      const V t = F::Bcast(tp[k] + i * kDir);
+#pragma GCC unroll 4
+      for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, v[c], acc[k][c]);
+    }
+  }
+
+  // All tap columns of source row `row`. A width known at compile time is
+  // unrolled whole; a width known only at run time is a plain loop (a
+  // column already holds up to ten fused multiply-adds, and unrolling it at
+  // every row site of every kernel type multiplied the code several times
+  // over for little speed).
   template <int R, int C, int K0, int K1, class L>
   NYX_INLINE void RowSteps(V (&acc)[R][C], const L& ld, const Src* row, const Acc* const* tp) const {
-    const int64_t n = L::kWidth != 0 ? L::kWidth : kw;
+    if constexpr (L::kWidth != 0) {
 #pragma GCC unroll 8
-    for (int64_t i = 0; i < n; ++i) {
-      V v[C];
-#pragma GCC unroll 4
-      for (int c = 0; c < C; ++c) v[c] = ld.Load(row + i * kNc + c * kL);
-#pragma GCC unroll 8
-      for (int k = K0; k <= K1; ++k) {
-        const V t = F::Bcast(tp[k] + i * kDir);
-#pragma GCC unroll 4
-        for (int c = 0; c < C; ++c) acc[k][c] = F::Fma(t, v[c], acc[k][c]);
-      }
+      for (int64_t i = 0; i < L::kWidth; ++i) TapColumn<R, C, K0, K1>(acc, ld, row, tp, i);
+    } else {
+#pragma GCC unroll 1
+      for (int64_t i = 0; i < kw; ++i) TapColumn<R, C, K0, K1>(acc, ld, row, tp, i);
     }
   }
 
