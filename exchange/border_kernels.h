@@ -44,6 +44,17 @@ NYX_INLINE void CopyColour(const U* s, U* d) {
 // string-move path writes whole cache lines without reading them first.
 inline constexpr size_t kSmallBytes = 128;
 
+// d[0..n) = s[0..n) for sizeof(U) <= n <= 2 * sizeof(U): the first and the
+// last sizeof(U) bytes, both read before either is written.
+template <class U>
+NYX_INLINE void CopyEnds(const uint8_t* s, uint8_t* d, size_t n) {
+  U a, b;
+  memcpy(&a, s, sizeof(U));
+  memcpy(&b, s + n - sizeof(U), sizeof(U));
+  memcpy(d, &a, sizeof(U));
+  memcpy(d + n - sizeof(U), &b, sizeof(U));
+}
+
 // d[0..n) = s[0..n), any n, without a call: 32-byte blocks and one last
 // block that ends at n and may overlap the one before (it rewrites the same
 // bytes); shorter runs by two overlapping halves of 16, 8, 4 or 2 bytes.
@@ -57,28 +68,13 @@ NYX_INLINE void CopySmall(const uint8_t* s, uint8_t* d, size_t n) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + n - 32),
                         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + n - 32)));
   } else if (n >= 16) {
-    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s));
-    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + n - 16));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d), a);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + n - 16), b);
+    CopyEnds<__m128i>(s, d, n);
   } else if (n >= 8) {
-    uint64_t a, b;
-    memcpy(&a, s, 8);
-    memcpy(&b, s + n - 8, 8);
-    memcpy(d, &a, 8);
-    memcpy(d + n - 8, &b, 8);
+    CopyEnds<uint64_t>(s, d, n);
   } else if (n >= 4) {
-    uint32_t a, b;
-    memcpy(&a, s, 4);
-    memcpy(&b, s + n - 4, 4);
-    memcpy(d, &a, 4);
-    memcpy(d + n - 4, &b, 4);
+    CopyEnds<uint32_t>(s, d, n);
   } else if (n >= 2) {
-    uint16_t a, b;
-    memcpy(&a, s, 2);
-    memcpy(&b, s + n - 2, 2);
-    memcpy(d, &a, 2);
-    memcpy(d + n - 2, &b, 2);
+    CopyEnds<uint16_t>(s, d, n);
   } else if (n == 1) {
     d[0] = s[0];
   }
