@@ -50,6 +50,7 @@ template <class T>
 NyxStatus WalkDiv(DivRowFn<T> row, const T* src1, int s1, const T* src2, int s2, T* dst, int ds,
                   NyxiSize roi, size_t n, const avx2::DivScale& sc) {
   bool met = false;
+  MergeRows(s1, s2, ds, sizeof(T), &roi.height, &n);
   frame::WalkRows(roi.height, [&](int64_t y) {
     met |= row(frame::RowAt(src1, s1, y), frame::RowAt(src2, s2, y), frame::RowAt(dst, ds, y), n,
                sc);

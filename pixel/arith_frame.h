@@ -129,11 +129,26 @@ template <class T>
 inline constexpr size_t kDirectStreamBytes =
     std::is_floating_point_v<T> ? size_t{16} << 20 : size_t{5} << 20;
 
+// Rows that follow each other with no gap in every image (all strides equal
+// to the bytes of a row) are walked as one long row: the kernels give the
+// same values however a run of samples splits, and small images then pay the
+// cost of one kernel call instead of one a row. AC4 rows hold whole pixels, so
+// the long row keeps alpha in every fourth sample.
+inline void MergeRows(int64_t s1, int64_t s2, int64_t ds, size_t sample_bytes, int* height,
+                      size_t* n) {
+  const int64_t row_bytes = static_cast<int64_t>(*n * sample_bytes);
+  if (*height > 1 && s1 == row_bytes && s2 == row_bytes && ds == row_bytes) {
+    *n *= static_cast<size_t>(*height);
+    *height = 1;
+  }
+}
+
 // Runs one row kernel over all rows of a ROI of n samples a row: `row`, or
 // its streamed form `stream_row` (unused for AC4) for large destinations.
 template <bool kAlpha, class T, class Row, class... Arg>
 inline void WalkBinary(Row row, Row stream_row, const T* src1, int64_t s1, const T* src2,
                        int64_t s2, T* dst, int64_t ds, int height, size_t n, Arg... arg) {
+  MergeRows(s1, s2, ds, sizeof(T), &height, &n);
   if (!kAlpha && n * sizeof(T) * static_cast<size_t>(height) >= kDirectStreamBytes<T>) {
     frame::WalkRows(height, [&](int64_t y) {
       stream_row(frame::RowAt(src1, s1, y), frame::RowAt(src2, s2, y), frame::RowAt(dst, ds, y),

@@ -92,11 +92,16 @@ void CheckImage(const std::string& what, const PaddedImage<T>& dst, E&& expect) 
 template <class T, class Call, class M>
 void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call&& call,
             M&& model, bool warns, std::mt19937& rng,
-            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)},
+            bool gapless = false) {
   for (NyxiSize size : sizes) {
     for (int entry = 0; entry < entries; ++entry) {
       const bool in_place = entry % 2 == 1;
-      PaddedImage<T> s1(size.width, size.height, channels, 3, kExtraStep<T>), s2 = s1, d = s1;
+      // Gapless: the stride is the row's bytes, sentinels only before the
+      // first row and after the last.
+      PaddedImage<T> s1(size.width, size.height, channels, gapless ? 0 : 3,
+                        gapless ? 0 : kExtraStep<T>);
+      PaddedImage<T> s2 = s1, d = s1;
       FillMixed(s1, rng);
       FillMixed(s2, rng);
       FillMixed(d, rng);
@@ -123,7 +128,8 @@ void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call
 template <class T, class M>
 void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937& rng,
                int entries = 4,
-               const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+               const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)},
+               bool gapless = false) {
   RunTwo<T>(std::string(f.name) + " sf " + std::to_string(sf), f.channels, f.alpha, entries,
             [&](int entry, PaddedImage<T>& s1, PaddedImage<T>& s2, PaddedImage<T>& d,
                 NyxiSize size) {
@@ -135,7 +141,7 @@ void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937
                 default: return f.inplace_l(s1.roi(), s1.step(), s2.roi(), s2.step(), sl, sf);
               }
             },
-            model, warns, rng, sizes);
+            model, warns, rng, sizes, gapless);
 }
 
 // The same for an image and constants: model(value of the channel, sample).
@@ -254,6 +260,35 @@ TEST(ArithForms, Float) {
       }
     }
   }
+}
+
+// Images whose rows follow each other with no gap in all three images are
+// walked as one long row: every two-image form at the scale factors of each
+// role, plain, in place and _L, with the sentinels right before the first row
+// and after the last. (The padded tests above take the walk row by row.)
+template <class T>
+void GaplessForms(std::mt19937& rng) {
+  const std::vector<NyxiSize> sizes = {{37, 5}, {3, 7}, {64, 3}};
+  for (ArithOp op : kOps) {
+    std::vector<int> sfs = {0};
+    if constexpr (std::is_integral_v<T>) sfs = {-100, -2, 0, 1, 3};
+    for (const BinaryForm<T>& f : BinaryForms<T>(ref::OpName(op))) {
+      for (int sf : sfs) {
+        RunBinary(f, sf, [&](T a, T b) {
+          if constexpr (std::is_integral_v<T>) return ref::IntOp(op, a, b, sf);
+          else return ref::FloatOp(op, a, b);
+        }, op == ArithOp::kDiv, rng, 4, sizes, true);
+      }
+    }
+  }
+}
+
+TEST(ArithForms, GaplessRows) {
+  std::mt19937 rng(41);
+  GaplessForms<Nyx8u>(rng);
+  GaplessForms<Nyx16u>(rng);
+  GaplessForms<Nyx16s>(rng);
+  GaplessForms<float>(rng);
 }
 
 // Destinations of several MiB are written past the caches, piece by piece:
