@@ -291,8 +291,9 @@ TEST(ArithForms, GaplessRows) {
   GaplessForms<float>(rng);
 }
 
-// Destinations of several MiB are written past the caches, piece by piece:
-// the same values, alpha kept, nothing outside the ROI.
+// Destinations of 16 MiB and more: a streamed C4 float row, and AC4
+// constant rows written past the caches piece by piece (alpha kept), with
+// nothing written outside the ROI.
 TEST(ArithForms, LargeImages) {
   std::mt19937 rng(31);
   // 16 MiB and more: 32f C4 1030 x 1030, 16u AC4 1030 x 2040.
@@ -307,13 +308,24 @@ TEST(ArithForms, LargeImages) {
 
 #define NYX_TEST_LAYOUTS(M, T) M(T, C1) M(T, C3) M(T, C4) M(T, AC4)
 
-// Integer destinations from 5 MiB on without alpha are streamed by the row
-// kernels themselves, past a head up to a 32-byte boundary: every integer
-// store width (bytes, words narrowed to bytes, words from 32 bits), plain and
-// in place, on odd pitches so that rows start at every alignment. (Floats
-// stream from 16 MiB: LargeImages.)
+// Two-image rows without alpha are streamed by the row kernels themselves
+// once the distinct images hold 2 MiB or more, past a head up to a 64-byte
+// line boundary: every integer store width (bytes, words narrowed to bytes,
+// words from 32 bits, words from the 16-bit product), plain and in place, on
+// odd pitches so that rows start at every alignment.
 TEST(ArithForms, StreamedRows) {
   std::mt19937 rng(37);
+  // At the threshold: 3 images of 720 KiB stream, the in-place call (two
+  // images) does not.
+  RunBinary(BinaryForms<Nyx16s>("Mul")[0], 0,
+            [](Nyx16s a, Nyx16s b) { return ref::IntOp(ArithOp::kMul, a, b, 0); }, false, rng, 2,
+            {{600, 614}});
+  RunBinary(BinaryForms<float>("Add")[0], 0,
+            [](float a, float b) { return ref::FloatOp(ArithOp::kAdd, a, b); }, false, rng, 2,
+            {{300, 614}});
+  RunBinary(BinaryForms<float>("Div")[0], 0,
+            [](float a, float b) { return ref::FloatOp(ArithOp::kDiv, a, b); }, true, rng, 2,
+            {{300, 614}});
   RunBinary(BinaryForms<Nyx8u>("Add")[1], 0,  // 8u C3: 5.6 MB
             [](Nyx8u a, Nyx8u b) { return ref::IntOp(ArithOp::kAdd, a, b, 0); }, false, rng, 2,
             {{1100, 1700}});
