@@ -50,6 +50,7 @@ template <class T>
 NyxStatus WalkDiv(DivRowFn<T> row, const T* src1, int s1, const T* src2, int s2, T* dst, int ds,
                   NyxiSize roi, size_t n, const avx2::DivScale& sc) {
   bool met = false;
+  MergeRows(s1, s2, ds, sizeof(T), &roi.height, &n);
   frame::WalkRows(roi.height, [&](int64_t y) {
     met |= row(frame::RowAt(src1, s1, y), frame::RowAt(src2, s2, y), frame::RowAt(dst, ds, y), n,
                sc);
@@ -86,10 +87,6 @@ NyxStatus DivSfs(const T* src1, int s1, const T* src2, int s2, T* dst, int ds, N
                     Samples<L>(roi), sc);
 }
 
-// The float division streams its own stores (no pass through a buffer), which
-// pays from smaller destinations on than the generic walk.
-inline constexpr size_t kDivStreamBytes = size_t{4} << 20;
-
 // Float Div: IEEE quotients; zero divisors warn.
 template <Layout L>
 NyxStatus DivF32(const float* src1, int s1, const float* src2, int s2, float* dst, int ds,
@@ -99,7 +96,8 @@ NyxStatus DivF32(const float* src1, int s1, const float* src2, int s2, float* ds
   if (BadSteps(s1, s2, ds)) return nyxStsStepErr;
   constexpr bool kAlpha = L == Layout::kAC4;
   const size_t n = Samples<L>(roi);
-  if (n * sizeof(float) * static_cast<size_t>(roi.height) < kDivStreamBytes) {
+  // Large images stream their stores, as the other two-image float rows.
+  if (!StreamsDirect(src1, src2, dst, n * sizeof(float) * static_cast<size_t>(roi.height))) {
     return WalkDiv<float>(&avx2::DivF32Row<kAlpha, false>, src1, s1, src2, s2, dst, ds, roi, n,
                           avx2::DivScale{});
   }

@@ -320,9 +320,12 @@ NYX_INLINE __m256 DivF32x8(const float* pa, const float* pb, const float* pd, __
   return r;
 }
 
-// kStream: rows of large images store the aligned middle of the row with
-// non-temporal stores (no read of the destination lines before they are
-// written); the frame fences after the walk.
+// kStream: rows of large images store the middle of the row, whole cache
+// lines from a 64-byte boundary, with non-temporal stores (no read of the
+// destination lines before they are written); the frame fences after the
+// walk. The head and tail of a row share their lines with the rows around
+// it and take ordinary stores: a line written partly by each kind costs
+// a partial write to memory (measured at 1920x1080: 60% slower).
 template <bool kAlpha, bool kStream>
 bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScale&) {
   __m256i met = _mm256_setzero_si256();
@@ -331,13 +334,13 @@ bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScal
   };
   size_t i = 0;
   if constexpr (kStream) {
-    // The head up to the aligned middle; at AC4 it must be whole pixels, so
-    // that alpha stays in lanes 3 and 7 of every block.
-    const size_t head = ((32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31) / sizeof(float);
+    // The head up to the first line boundary; at AC4 it must be whole pixels,
+    // so that alpha stays in lanes 3 and 7 of every block.
+    const size_t head = ((64 - (reinterpret_cast<uintptr_t>(d) & 63)) & 63) / sizeof(float);
     const bool whole = !kAlpha || head % 4 == 0;
     i = head < n && whole ? head : 0;
     Blocks8(a, 1.0f, b, d, i, body);
-    if (whole && (reinterpret_cast<uintptr_t>(d + i) & 31) == 0) {
+    if (whole && (reinterpret_cast<uintptr_t>(d + i) & 63) == 0) {
       // The sources are fetched kAhead samples early, one line of each a
       // round: beside the streamed stores this keeps more reads in flight
       // than the hardware prefetcher does (prefetches never fault, so the
@@ -349,7 +352,6 @@ bool DivF32Row(const float* a, const float* b, float* d, size_t n, const DivScal
         _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
         _mm256_stream_ps(d + i + 8, DivF32x8<kAlpha>(a + i + 8, b + i + 8, d + i + 8, &met));
       }
-      for (; i + 8 <= n; i += 8) _mm256_stream_ps(d + i, DivF32x8<kAlpha>(a + i, b + i, d + i, &met));
     }
   }
   Blocks8(a + i, 1.0f, b + i, d + i, n - i, body);

@@ -75,12 +75,15 @@ NYX_INLINE void PutOut(V<W> r, T* d, size_t i) {
 }
 
 // The block loop of a row whose destination goes past the caches (kStream):
-// up to the first 32-byte boundary of d as usual, then pairs of vector blocks
-// with non-temporal stores while each pair fetches the next sources kAhead
-// bytes early (beside streamed stores this keeps more reads in flight than
-// the hardware prefetcher alone; prefetches never fault, so reaching past the
-// row is harmless), then the rest as usual. Without kStream, or when d is off
-// its sample alignment, it is ForEachBlock. body is
+// up to the first 64-byte line boundary of d as usual, then pairs of vector
+// blocks with non-temporal stores over whole lines while each pair fetches
+// the next sources kAhead bytes early (beside streamed stores this keeps more
+// reads in flight than the hardware prefetcher alone; prefetches never fault,
+// so reaching past the row is harmless), then the rest as usual. The partial
+// lines at either end are shared with the rows around and take ordinary
+// stores only: a line written partly by each kind costs a partial write to
+// memory. Without kStream, or when d is off its sample alignment, it is
+// ForEachBlock. body is
 // [&]<template <class> class V, bool kStreamBlock>(size_t i) { ... }.
 template <class B, bool kStream, class T, class Body>
 NYX_INLINE void RowBlocks(const T* a, const T* b, T* d, size_t n, Body&& body) {
@@ -90,13 +93,17 @@ NYX_INLINE void RowBlocks(const T* a, const T* b, T* d, size_t n, Body&& body) {
     });
   };
   constexpr size_t kN = Vec<B>::kLanes;
+  constexpr size_t kLine = 64 / sizeof(T);
+  // A pair of blocks writes 2 * kN samples of T: one line or half a line.
+  static_assert(kLine % (2 * kN) == 0, "pairs of blocks tile a line");
   const uintptr_t addr = reinterpret_cast<uintptr_t>(d);
-  const size_t head = ((32 - (addr & 31)) & 31) / sizeof(T);
-  if (!kStream || addr % sizeof(T) != 0 || head + 2 * kN > n) return plain_from(0);
+  const size_t head = ((64 - (addr & 63)) & 63) / sizeof(T);
+  if (!kStream || addr % sizeof(T) != 0 || head + kLine > n) return plain_from(0);
   ForEachBlock<B>(head, [&]<template <class> class V>(size_t i) { body.template operator()<V, false>(i); });
   constexpr size_t kAhead = 2048 / sizeof(T);
+  const size_t end = head + (n - head) / kLine * kLine;
   size_t i = head;
-  for (; i + 2 * kN <= n; i += 2 * kN) {
+  for (; i < end; i += 2 * kN) {
     PrefetchRead(a + i, kAhead * sizeof(*a));
     PrefetchRead(b + i, kAhead * sizeof(*b));
     body.template operator()<Vec, true>(i);
@@ -157,7 +164,7 @@ NYX_INLINE VW RoundShift(VW s, int k) {
 
 template <class Op, class T, Role R>
 inline constexpr bool kNarrowRole =
-    (R == Role::kSf0 && Op::kNarrowSat) ||
+    (R == Role::kSf0 && Op::template kNarrowSat<T>) ||
     (std::is_unsigned_v<T> && ((R == Role::kSf1 && Op::kNarrowHalf) ||
                                (R == Role::kBound && Op::kNarrowBound)));
 
@@ -204,7 +211,9 @@ NYX_INLINE V HalfSumEven(V a, V b) {
 struct AddOp {
   template <class T>
   using Wide = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
-  static constexpr bool kNarrowSat = true, kNarrowHalf = true, kNarrowBound = true;
+  template <class T>
+  static constexpr bool kNarrowSat = true;
+  static constexpr bool kNarrowHalf = true, kNarrowBound = true;
 
   template <class V>
   static NYX_INLINE V Exact(V a, V b) {
@@ -228,7 +237,9 @@ struct AddOp {
 struct SubOp {
   template <class T>
   using Wide = std::conditional_t<sizeof(T) == 1, int16_t, int32_t>;
-  static constexpr bool kNarrowSat = true, kNarrowHalf = true, kNarrowBound = true;
+  template <class T>
+  static constexpr bool kNarrowSat = true;
+  static constexpr bool kNarrowHalf = true, kNarrowBound = true;
 
   template <class V>
   static NYX_INLINE V Exact(V a, V b) {
@@ -250,17 +261,48 @@ struct SubOp {
   }
 };
 
+// saturate(a * b) of 16-bit samples from the two halves of the product.
+//  16s: the low and high words, interleaved, are the 32-bit products of lanes
+//  0-3 and 8-11 (unpacklo) and 4-7 and 12-15 (unpackhi); the signed
+//  saturating pack of the two puts each lane back in its place.
+//  16u: the product fits when its high word is zero; otherwise all ones.
+template <class T>
+NYX_INLINE Vec<T> MulSat16(Vec<T> a, Vec<T> b) {
+  const __m256i lo = _mm256_mullo_epi16(a.raw, b.raw);
+  if constexpr (std::is_signed_v<T>) {
+    const __m256i hi = _mm256_mulhi_epi16(a.raw, b.raw);
+    return {_mm256_packs_epi32(_mm256_unpacklo_epi16(lo, hi), _mm256_unpackhi_epi16(lo, hi))};
+  } else {
+    const __m256i hi = _mm256_mulhi_epu16(a.raw, b.raw);
+    const __m256i over = _mm256_xor_si256(_mm256_cmpeq_epi16(hi, _mm256_setzero_si256()),
+                                          _mm256_set1_epi32(-1));
+    return {_mm256_or_si256(lo, over)};
+  }
+}
+template <class T>
+NYX_INLINE Lane<T> MulSat16(Lane<T> a, Lane<T> b) {
+  using W = std::conditional_t<std::is_signed_v<T>, int32_t, uint32_t>;
+  return {SaturateTo<T>(static_cast<W>(a.raw) * static_cast<W>(b.raw))};
+}
+
 // Multiplication. Products: 8u in 16 bits unsigned, 16u in 32 bits unsigned,
 // 16s in 32 bits signed; all exact.
 struct MulOp {
   template <class T>
   using Wide = std::conditional_t<sizeof(T) == 1, uint16_t,
                                   std::conditional_t<std::is_signed_v<T>, int32_t, uint32_t>>;
-  static constexpr bool kNarrowSat = false, kNarrowHalf = false, kNarrowBound = true;
+  // 16-bit products saturate in the sample type (MulSat16); 8u widens.
+  template <class T>
+  static constexpr bool kNarrowSat = sizeof(T) == 2;
+  static constexpr bool kNarrowHalf = false, kNarrowBound = true;
 
   template <class V>
   static NYX_INLINE V Exact(V a, V b) {
     return Mul(a, b);
+  }
+  template <class V>
+  static NYX_INLINE V Sat(V a, V b) {
+    return MulSat16(a, b);
   }
   template <class V>
   static NYX_INLINE V Bound(V a, V b) {
@@ -300,21 +342,23 @@ void FloatRow(const float* a, const float* b, float* d, size_t n, int) {
 }
 
 // ---------------------------------------------------------------------------
-// Output past the caches: copies n samples from a buffer to d, the 32-byte
-// aligned middle with non-temporal stores (the destination lines are not
-// read before they are written). StreamFence orders them before returning.
+// Output past the caches: copies n samples from a buffer to d, the whole
+// 64-byte lines of the middle with non-temporal stores (the destination lines
+// are not read before they are written; the partial lines at the ends take
+// ordinary stores, see RowBlocks). StreamFence orders them before returning.
 
 template <class T>
 inline void StreamOut(const T* s, T* d, size_t n) {
-  const size_t head_bytes = (32 - (reinterpret_cast<uintptr_t>(d) & 31)) & 31;
+  const size_t head_bytes = (64 - (reinterpret_cast<uintptr_t>(d) & 63)) & 63;
   if (head_bytes % sizeof(T) != 0) {  // samples off their natural alignment
     __builtin_memcpy(d, s, n * sizeof(T));
     return;
   }
+  constexpr size_t kN = 32 / sizeof(T), kLine = 64 / sizeof(T);
   size_t i = head_bytes / sizeof(T) < n ? head_bytes / sizeof(T) : n;
   __builtin_memcpy(d, s, i * sizeof(T));
-  constexpr size_t kN = 32 / sizeof(T);
-  for (; i + kN <= n; i += kN) {
+  const size_t end = i + (n - i) / kLine * kLine;
+  for (; i < end; i += kN) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i),
                         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(s + i)));
   }

@@ -92,11 +92,16 @@ void CheckImage(const std::string& what, const PaddedImage<T>& dst, E&& expect) 
 template <class T, class Call, class M>
 void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call&& call,
             M&& model, bool warns, std::mt19937& rng,
-            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+            const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)},
+            bool gapless = false) {
   for (NyxiSize size : sizes) {
     for (int entry = 0; entry < entries; ++entry) {
       const bool in_place = entry % 2 == 1;
-      PaddedImage<T> s1(size.width, size.height, channels, 3, kExtraStep<T>), s2 = s1, d = s1;
+      // Gapless: the stride is the row's bytes, sentinels only before the
+      // first row and after the last.
+      PaddedImage<T> s1(size.width, size.height, channels, gapless ? 0 : 3,
+                        gapless ? 0 : kExtraStep<T>);
+      PaddedImage<T> s2 = s1, d = s1;
       FillMixed(s1, rng);
       FillMixed(s2, rng);
       FillMixed(d, rng);
@@ -123,7 +128,8 @@ void RunTwo(const std::string& name, int channels, bool alpha, int entries, Call
 template <class T, class M>
 void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937& rng,
                int entries = 4,
-               const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)}) {
+               const std::vector<NyxiSize>& sizes = {std::begin(kSizes), std::end(kSizes)},
+               bool gapless = false) {
   RunTwo<T>(std::string(f.name) + " sf " + std::to_string(sf), f.channels, f.alpha, entries,
             [&](int entry, PaddedImage<T>& s1, PaddedImage<T>& s2, PaddedImage<T>& d,
                 NyxiSize size) {
@@ -135,7 +141,7 @@ void RunBinary(const BinaryForm<T>& f, int sf, M model, bool warns, std::mt19937
                 default: return f.inplace_l(s1.roi(), s1.step(), s2.roi(), s2.step(), sl, sf);
               }
             },
-            model, warns, rng, sizes);
+            model, warns, rng, sizes, gapless);
 }
 
 // The same for an image and constants: model(value of the channel, sample).
@@ -256,8 +262,38 @@ TEST(ArithForms, Float) {
   }
 }
 
-// Destinations of several MiB are written past the caches, piece by piece:
-// the same values, alpha kept, nothing outside the ROI.
+// Images whose rows follow each other with no gap in all three images are
+// walked as one long row: every two-image form at the scale factors of each
+// role, plain, in place and _L, with the sentinels right before the first row
+// and after the last. (The padded tests above take the walk row by row.)
+template <class T>
+void GaplessForms(std::mt19937& rng) {
+  const std::vector<NyxiSize> sizes = {{37, 5}, {3, 7}, {64, 3}};
+  for (ArithOp op : kOps) {
+    std::vector<int> sfs = {0};
+    if constexpr (std::is_integral_v<T>) sfs = {-100, -2, 0, 1, 3};
+    for (const BinaryForm<T>& f : BinaryForms<T>(ref::OpName(op))) {
+      for (int sf : sfs) {
+        RunBinary(f, sf, [&](T a, T b) {
+          if constexpr (std::is_integral_v<T>) return ref::IntOp(op, a, b, sf);
+          else return ref::FloatOp(op, a, b);
+        }, op == ArithOp::kDiv, rng, 4, sizes, true);
+      }
+    }
+  }
+}
+
+TEST(ArithForms, GaplessRows) {
+  std::mt19937 rng(41);
+  GaplessForms<Nyx8u>(rng);
+  GaplessForms<Nyx16u>(rng);
+  GaplessForms<Nyx16s>(rng);
+  GaplessForms<float>(rng);
+}
+
+// Destinations of 16 MiB and more: a streamed C4 float row, and AC4
+// constant rows written past the caches piece by piece (alpha kept), with
+// nothing written outside the ROI.
 TEST(ArithForms, LargeImages) {
   std::mt19937 rng(31);
   // 16 MiB and more: 32f C4 1030 x 1030, 16u AC4 1030 x 2040.
@@ -272,13 +308,24 @@ TEST(ArithForms, LargeImages) {
 
 #define NYX_TEST_LAYOUTS(M, T) M(T, C1) M(T, C3) M(T, C4) M(T, AC4)
 
-// Integer destinations from 5 MiB on without alpha are streamed by the row
-// kernels themselves, past a head up to a 32-byte boundary: every integer
-// store width (bytes, words narrowed to bytes, words from 32 bits), plain and
-// in place, on odd pitches so that rows start at every alignment. (Floats
-// stream from 16 MiB: LargeImages.)
+// Two-image rows without alpha are streamed by the row kernels themselves
+// once the distinct images hold 2 MiB or more, past a head up to a 64-byte
+// line boundary: every integer store width (bytes, words narrowed to bytes,
+// words from 32 bits, words from the 16-bit product), plain and in place, on
+// odd pitches so that rows start at every alignment.
 TEST(ArithForms, StreamedRows) {
   std::mt19937 rng(37);
+  // At the threshold: 3 images of 720 KiB stream, the in-place call (two
+  // images) does not.
+  RunBinary(BinaryForms<Nyx16s>("Mul")[0], 0,
+            [](Nyx16s a, Nyx16s b) { return ref::IntOp(ArithOp::kMul, a, b, 0); }, false, rng, 2,
+            {{600, 614}});
+  RunBinary(BinaryForms<float>("Add")[0], 0,
+            [](float a, float b) { return ref::FloatOp(ArithOp::kAdd, a, b); }, false, rng, 2,
+            {{300, 614}});
+  RunBinary(BinaryForms<float>("Div")[0], 0,
+            [](float a, float b) { return ref::FloatOp(ArithOp::kDiv, a, b); }, true, rng, 2,
+            {{300, 614}});
   RunBinary(BinaryForms<Nyx8u>("Add")[1], 0,  // 8u C3: 5.6 MB
             [](Nyx8u a, Nyx8u b) { return ref::IntOp(ArithOp::kAdd, a, b, 0); }, false, rng, 2,
             {{1100, 1700}});

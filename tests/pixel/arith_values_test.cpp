@@ -123,6 +123,38 @@ void SixteenBitPairs() {
   }
 }
 
+// At scale factor 0 the 16-bit product saturates in the sample type, from
+// the low and high halves of the product: every sample value against the
+// boundary values and a random set, at every lane position (65536 is a
+// multiple of the block). 45 factors make an image of 5.9 MB, written with
+// non-temporal stores.
+template <class T>
+void SixteenBitProductsAtSf0() {
+  std::mt19937 rng(19);
+  std::vector<T> factors = Boundaries<T>();
+  std::uniform_int_distribution<int> any(std::numeric_limits<T>::min(), std::numeric_limits<T>::max());
+  while (factors.size() < 45) factors.push_back(static_cast<T>(any(rng)));
+  std::vector<T> a, b;
+  for (T f : factors) {
+    for (int i = 0; i < 65536; ++i) {
+      a.push_back(static_cast<T>(i + std::numeric_limits<T>::min()));
+      b.push_back(f);
+    }
+  }
+  CheckPairs(ArithOp::kMul, 0, a, b, 4096);
+  CheckPairs(ArithOp::kMul, 0, b, a, 4096);
+  // Below the streaming size, as one run of 77 * 2561 samples, which ends
+  // in a partial block (13 samples one at a time).
+  a.resize(77 * 2561);
+  b.resize(a.size());
+  CheckPairs(ArithOp::kMul, 0, a, b, 77);
+}
+
+TEST(ArithValues, SixteenBitProductsAtScaleFactorZero) {
+  SixteenBitProductsAtSf0<Nyx16s>();
+  SixteenBitProductsAtSf0<Nyx16u>();
+}
+
 TEST(ArithValues, SixteenBitUnsignedPairs) { SixteenBitPairs<Nyx16u>(); }
 TEST(ArithValues, SixteenBitSignedPairs) { SixteenBitPairs<Nyx16s>(); }
 
@@ -274,28 +306,29 @@ TEST(ArithValues, DivFloatZeroDivisorsGiveTheIeeeValues) {
 TEST(ArithValues, DivFloatLargeImages) {
   std::mt19937 rng(21);
   for (int channels : {1, 4}) {
-    const int width = 1100, height = 1000 / channels, row = width * channels + 3;  // odd pitch
-    std::vector<float> a(static_cast<size_t>(row) * height), b(a.size()), d(a.size(), 7.0f);
-    for (size_t i = 0; i < a.size(); ++i) {
-      a[i] = rng() % 50 == 0 ? 0.0f : std::uniform_real_distribution<float>(-9, 9)(rng);
-      b[i] = std::uniform_real_distribution<float>(-100, 100)(rng);
-    }
-    const int step = row * 4;
-    const NyxStatus st = channels == 1
-        ? nyxiDiv_32f_C1R(a.data() + 1, step, b.data() + 1, step, d.data() + 1, step, {width, height})
-        : nyxiDiv_32f_AC4R(a.data() + 1, step, b.data() + 1, step, d.data() + 1, step, {width, height});
-    EXPECT_EQ(st, nyxStsDivByZeroWrn);
-    int bad = 0;
-    for (int y = 0; y < height; ++y) {
-      for (int i = 0; i < row; ++i) {
-        const size_t k = static_cast<size_t>(y) * row + i;
-        const bool in_roi = i >= 1 && i < 1 + width * channels;
-        const bool alpha = channels == 4 && (i - 1) % 4 == 3;
+    for (int gap : {3, 0}) {  // odd pitch; no gap: the rows are one run
+      const int width = 1100, height = 1000 / channels, row = width * channels + gap;
+      std::vector<float> a(static_cast<size_t>(row) * height + 1), b(a.size()), d(a.size(), 7.0f);
+      for (size_t i = 0; i < a.size(); ++i) {
+        a[i] = rng() % 50 == 0 ? 0.0f : std::uniform_real_distribution<float>(-9, 9)(rng);
+        b[i] = std::uniform_real_distribution<float>(-100, 100)(rng);
+      }
+      const int step = row * 4;
+      const auto div = channels == 1 ? nyxiDiv_32f_C1R : nyxiDiv_32f_AC4R;
+      const NyxStatus st =
+          div(a.data() + 1, step, b.data() + 1, step, d.data() + 1, step, {width, height});
+      EXPECT_EQ(st, nyxStsDivByZeroWrn);
+      int bad = 0;
+      for (size_t k = 0; k < d.size(); ++k) {
+        const size_t i = k % row;  // the ROI of each row starts one sample in
+        const bool in_roi = k >= 1 && k < 1 + static_cast<size_t>(row) * height &&
+                            (gap == 0 || (i >= 1 && i < 1 + static_cast<size_t>(width) * channels));
+        const bool alpha = channels == 4 && (k - 1) % row % 4 == 3;
         const float want = in_roi && !alpha ? ref::FloatOp(ArithOp::kDiv, a[k], b[k]) : 7.0f;
         bad += !ref::SameBits(d[k], want);
       }
+      EXPECT_EQ(bad, 0) << channels << " gap " << gap;
     }
-    EXPECT_EQ(bad, 0) << channels;
   }
 }
 
