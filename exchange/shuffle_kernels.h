@@ -14,6 +14,12 @@
 // (indices with the top bit set give zero), then the fill, then the blend
 // with the kept bytes. One 256-bit register carries two blocks, one per
 // 128-bit lane, since the byte shuffle does not cross lanes.
+//
+// Streaming rounds (kStream) write with non-temporal stores: the destination
+// lines are never read into the cache before they are overwritten. They need
+// a 32-byte aligned destination side, which ShuffleRow reaches with a head of
+// single pixels, and they do not fence: the caller ends a run of them with a
+// store fence.
 #pragma once
 
 #include <immintrin.h>
@@ -51,12 +57,15 @@ struct ShufflePlan {
   bool any_fill, any_keep;
   // Cheaper forms of the same moves, when the layouts allow them (below):
   // kShuffleFirst: one shuffle per input chunk (pre), then a select per pair;
-  // kSelectFirst: a select per pair, then one shuffle per output chunk (post).
-  enum Mode { kGeneral, kShuffleFirst, kSelectFirst } mode;
+  // kSelectFirst: a select per pair, then one shuffle per output chunk (post);
+  // kTranspose (four channels in order, one side planar): see Transpose4.
+  enum Mode { kGeneral, kShuffleFirst, kSelectFirst, kTranspose } mode;
   alignas(32) uint8_t pre[4][16];
   alignas(32) uint8_t post[4][16];
   alignas(32) uint8_t sel[4][4][16];
   void (*rounds)(const ShufflePlan&, ShuffleSide, ShuffleSide, size_t);  // picked by the builder
+  // The streaming form of `rounds` for a planar move, or null.
+  void (*stream_rounds)(const ShufflePlan&, ShuffleSide, ShuffleSide, size_t);
 };
 
 // Fills the shuffles. `in_planar`/`out_planar` say whether a side is planar
@@ -116,6 +125,37 @@ NYX_INLINE __m256i LoadLanes(const uint8_t* lo, const uint8_t* hi) {
                              reinterpret_cast<const __m128i*>(lo));
 }
 
+// Four channels between planes and pixels. Viewed as four 32-bit groups, a
+// plane chunk holds groups (g0 g1 g2 g3), each 4 / sample pixels of one
+// channel; the interleaved chunk j, once its bytes are sorted by channel
+// (pre), holds group j of each plane. Moving between the two is a 4x4
+// transpose of 32-bit elements (eight unpacks, per 128-bit lane), and the
+// transpose is its own inverse: a merge transposes and then sorts the bytes of
+// each chunk by pixel (post), a split sorts by channel (pre) and transposes.
+NYX_INLINE void Transpose4(const __m256i* v, __m256i* t) {
+  const __m256i a = _mm256_unpacklo_epi32(v[0], v[1]), b = _mm256_unpackhi_epi32(v[0], v[1]);
+  const __m256i c = _mm256_unpacklo_epi32(v[2], v[3]), d = _mm256_unpackhi_epi32(v[2], v[3]);
+  t[0] = _mm256_unpacklo_epi64(a, c), t[1] = _mm256_unpackhi_epi64(a, c);
+  t[2] = _mm256_unpacklo_epi64(b, d), t[3] = _mm256_unpackhi_epi64(b, d);
+}
+
+// Fills pre (by channel) and post (by pixel) of the transpose mode: byte k of
+// pixel x, channel c lies at (x * 4 + c) * sample + k in a pixel chunk and at
+// c * 4 + x * sample + k in a chunk sorted by channel.
+inline void FillTransposeShuffles(ShufflePlan& p) {
+  for (int x = 0; x < 4 / p.sample; ++x) {
+    for (int c = 0; c < 4; ++c) {
+      for (int k = 0; k < p.sample; ++k) {
+        const int by_pixel = (x * 4 + c) * p.sample + k, by_channel = c * 4 + x * p.sample + k;
+        for (int j = 0; j < 4; ++j) {
+          p.pre[j][by_channel] = static_cast<uint8_t>(by_pixel);
+          p.post[j][by_pixel] = static_cast<uint8_t>(by_channel);
+        }
+      }
+    }
+  }
+}
+
 // The rounds fetch each stream's data this many rounds ahead (1 KiB of a
 // plane, 3 or 4 KiB of an interleaved row): the hardware prefetcher alone
 // keeps too few of the three to four streams in flight. Destination lines are
@@ -125,7 +165,8 @@ inline constexpr ptrdiff_t kPrefetchRounds = 32;
 
 // Runs `rounds` rounds of two blocks each, with kIn and kOut chunks a block.
 template <int kIn, int kOut, bool kFill, bool kKeep, bool kInPlanar = false,
-          bool kOutPlanar = false, ShufflePlan::Mode kMode = ShufflePlan::kGeneral>
+          bool kOutPlanar = false, ShufflePlan::Mode kMode = ShufflePlan::kGeneral,
+          bool kStream = false>
 void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t rounds) {
   auto wide = [](const uint8_t* m) {
     return _mm256_broadcastsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(m)));
@@ -163,7 +204,8 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       for (int k = 0; k < kIn; ++k) {
         PrefetchRead(kInPlanar ? ib[k] : ib[0], kInPlanar ? in_ahead : in_ahead + 64 * k);
       }
-      for (int j = 0; j < kOut; ++j) {
+      // Streamed lines are not fetched at all.
+      for (int j = 0; j < kOut && !kStream; ++j) {
         PrefetchWrite(kOutPlanar ? ob[j] : ob[0], kOutPlanar ? out_ahead : out_ahead + 64 * j);
       }
     }
@@ -173,11 +215,18 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       v[k] = kInPlanar ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(ib[k]))
                        : LoadLanes(ib[k], ib[k] + il);
     }
-    if constexpr (kMode == ShufflePlan::kShuffleFirst) {
+    constexpr bool kTranspose = kMode == ShufflePlan::kTranspose;
+    if constexpr (kMode == ShufflePlan::kShuffleFirst || (kTranspose && !kInPlanar)) {
       for (int k = 0; k < kIn; ++k) v[k] = _mm256_shuffle_epi8(v[k], pre[k]);
     }
     __m256i res[kOut];
-    for (int j = 0; j < kOut; ++j) {
+    if constexpr (kTranspose) {
+      Transpose4(v, res);
+      if constexpr (kInPlanar) {
+        for (int j = 0; j < kOut; ++j) res[j] = _mm256_shuffle_epi8(res[j], post[j]);
+      }
+    }
+    for (int j = 0; j < kOut && !kTranspose; ++j) {
       __m256i acc = kFill ? fill[j] : _mm256_setzero_si256();
       for (int k = 0; k < kIn; ++k) {
         // In the select modes an unused pair has an all-zero select: no test.
@@ -195,23 +244,27 @@ void ShuffleRounds(const ShufflePlan& p, ShuffleSide in, ShuffleSide out, size_t
       }
       res[j] = acc;
     }
+    auto put = [](uint8_t* at, __m256i v) {
+      if constexpr (kStream)
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(at), v);
+      else
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(at), v);
+    };
     if constexpr (kOutPlanar) {
-      for (int j = 0; j < kOut; ++j) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(ob[j]), res[j]);
-      }
+      for (int j = 0; j < kOut; ++j) put(ob[j], res[j]);
     } else if constexpr (kOut == 3 || kOut == 4) {
       // The two blocks are adjacent: chunks A0..A(n-1) B0..B(n-1) go out as
       // whole 256-bit stores, pairing lanes across the results.
-      __m256i* o = reinterpret_cast<__m256i*>(ob[0]);
+      uint8_t* o = ob[0];
       if constexpr (kOut == 3) {
-        _mm256_storeu_si256(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
-        _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(res[2], res[0], 0x30));
-        _mm256_storeu_si256(o + 2, _mm256_permute2x128_si256(res[1], res[2], 0x31));
+        put(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
+        put(o + 32, _mm256_permute2x128_si256(res[2], res[0], 0x30));
+        put(o + 64, _mm256_permute2x128_si256(res[1], res[2], 0x31));
       } else {
-        _mm256_storeu_si256(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
-        _mm256_storeu_si256(o + 1, _mm256_permute2x128_si256(res[2], res[3], 0x20));
-        _mm256_storeu_si256(o + 2, _mm256_permute2x128_si256(res[0], res[1], 0x31));
-        _mm256_storeu_si256(o + 3, _mm256_permute2x128_si256(res[2], res[3], 0x31));
+        put(o, _mm256_permute2x128_si256(res[0], res[1], 0x20));
+        put(o + 32, _mm256_permute2x128_si256(res[2], res[3], 0x20));
+        put(o + 64, _mm256_permute2x128_si256(res[0], res[1], 0x31));
+        put(o + 96, _mm256_permute2x128_si256(res[2], res[3], 0x31));
       }
     } else {
       for (int j = 0; j < kOut; ++j) {
@@ -235,25 +288,28 @@ ShuffleRoundsFn PickRounds(const ShufflePlan& p) {
                     : ShuffleRounds<kIn, kOut, false, false>;
 }
 
+// The rounds kernel of a planar move (one side planar, the other
+// interleaved; no fill, no kept channel).
+template <bool kInPlanar, bool kStream>
+ShuffleRoundsFn PickPlanarRounds(const ShufflePlan& p) {
+  using M = ShufflePlan;
+  constexpr bool kOutPlanar = !kInPlanar;
+  if (p.in_chunks == 4) {
+    if (p.mode == M::kTranspose)
+      return ShuffleRounds<4, 4, false, false, kInPlanar, kOutPlanar, M::kTranspose, kStream>;
+    return ShuffleRounds<4, 4, false, false, kInPlanar, kOutPlanar, M::kGeneral, kStream>;
+  }
+  if (p.mode == M::kShuffleFirst)
+    return ShuffleRounds<3, 3, false, false, kInPlanar, kOutPlanar, M::kShuffleFirst, kStream>;
+  if (p.mode == M::kSelectFirst)
+    return ShuffleRounds<3, 3, false, false, kInPlanar, kOutPlanar, M::kSelectFirst, kStream>;
+  return ShuffleRounds<3, 3, false, false, kInPlanar, kOutPlanar, M::kGeneral, kStream>;
+}
+
 // The rounds kernel for the plan's chunk counts.
 inline ShuffleRoundsFn PickRounds(const ShufflePlan& p, bool in_planar, bool out_planar) {
-  using M = ShufflePlan;
-  if (in_planar) {
-    if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, true, false>;
-    if (p.mode == M::kShuffleFirst)
-      return ShuffleRounds<3, 3, false, false, true, false, M::kShuffleFirst>;
-    if (p.mode == M::kSelectFirst)
-      return ShuffleRounds<3, 3, false, false, true, false, M::kSelectFirst>;
-    return ShuffleRounds<3, 3, false, false, true, false>;
-  }
-  if (out_planar) {
-    if (p.in_chunks == 4) return ShuffleRounds<4, 4, false, false, false, true>;
-    if (p.mode == M::kShuffleFirst)
-      return ShuffleRounds<3, 3, false, false, false, true, M::kShuffleFirst>;
-    if (p.mode == M::kSelectFirst)
-      return ShuffleRounds<3, 3, false, false, false, true, M::kSelectFirst>;
-    return ShuffleRounds<3, 3, false, false, false, true>;
-  }
+  if (in_planar) return PickPlanarRounds<true, false>(p);
+  if (out_planar) return PickPlanarRounds<false, false>(p);
   switch (p.in_chunks * 8 + p.out_chunks) {
     case 1 * 8 + 3:
       return PickRounds<1, 3>(p);
@@ -315,11 +371,24 @@ inline void PickShuffleMode(ShufflePlan& p) {
     p.mode = ShufflePlan::kSelectFirst;
 }
 
-// Builds the plan and picks its rounds kernel, once per call.
-inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar) {
+// Builds the plan and picks its rounds kernel, once per call. `stream` asks
+// for non-temporal stores; only planar moves have them.
+inline void BuildShufflePlan(ShufflePlan& p, bool in_planar, bool out_planar,
+                             bool stream = false) {
   FillShufflePlan(p, in_planar, out_planar);
   PickShuffleMode(p);
+  bool in_order = p.in_ch == 4 && p.out_ch == 4 && !p.any_fill && !p.any_keep;
+  for (int c = 0; c < 4 && in_order; ++c) in_order = p.order[c] == c;
+  if (in_order && in_planar != out_planar) {
+    p.mode = ShufflePlan::kTranspose;
+    FillTransposeShuffles(p);
+  }
   p.rounds = PickRounds(p, in_planar, out_planar);
+  p.stream_rounds = nullptr;
+  if (stream && in_planar != out_planar) {
+    p.stream_rounds =
+        in_planar ? PickPlanarRounds<true, true>(p) : PickPlanarRounds<false, true>(p);
+  }
 }
 
 // One pixel at a time, for the pixels after the last full round. Sample x of
@@ -349,19 +418,40 @@ inline void ShufflePixels(const ShufflePlan& p, const uint8_t* const* in, ptrdif
 
 namespace nyx::avx2 {
 
+// The number of leading pixels (below 32) after which every destination
+// pointer of the side is 32-byte aligned, or -1 when no count aligns them all
+// (planes at different offsets, a pointer between samples). The smallest
+// count that aligns the first pointer is the only candidate: the others must
+// then share its offset modulo 32.
+inline int AlignHead(void* const* out, int pointers, size_t pixel_bytes) {
+  const uintptr_t first = reinterpret_cast<uintptr_t>(out[0]);
+  int h = 0;
+  while (h < 32 && ((first + h * pixel_bytes) & 31) != 0) ++h;
+  if (h == 32) return -1;
+  for (int c = 1; c < pointers; ++c) {
+    if (((reinterpret_cast<uintptr_t>(out[c]) - first) & 31) != 0) return -1;
+  }
+  return h;
+}
+
 // One row of `width` pixels. A side is interleaved (ptrs[0] is the row) or
-// planar (ptrs[c] is channel c's plane row).
+// planar (ptrs[c] is channel c's plane row). With streaming rounds in the
+// plan and a destination that can be aligned, the pixels up to the alignment
+// go one at a time, then the streaming rounds run.
 template <class U>
 inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_planar,
                        void* const* out, bool out_planar, size_t width) {
   const size_t per_round = 32 / sizeof(U);
-  const size_t rounds = width / per_round;
-  if (rounds) {
-    const ShuffleSide si = in_planar ? PlanarSide(in, p.in_ch) : InterleavedSide(in[0], p.in_ch);
-    const ShuffleSide so =
-        out_planar ? PlanarSide(out, p.out_ch) : InterleavedSide(out[0], p.out_ch);
-    p.rounds(p, si, so, rounds);
+  const size_t ipx = in_planar ? sizeof(U) : p.in_ch * sizeof(U);
+  const size_t opx = out_planar ? sizeof(U) : p.out_ch * sizeof(U);
+  ShuffleRoundsFn rounds_fn = p.rounds;
+  size_t head = 0;
+  if (p.stream_rounds != nullptr && width >= 32 + per_round) {
+    const int h = AlignHead(out, out_planar ? p.out_ch : 1, opx);
+    if (h >= 0) rounds_fn = p.stream_rounds, head = static_cast<size_t>(h);
   }
+  const size_t rounds = (width - head) / per_round;
+  const size_t body_end = head + rounds * per_round;
   const uint8_t* ib[4];
   uint8_t* ob[4];
   for (int c = 0; c < 4; ++c) {
@@ -370,9 +460,22 @@ inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_plan
     ob[c] = static_cast<uint8_t*>(out_planar ? out[c < p.out_ch ? c : 0] : out[0]) +
             (out_planar ? 0 : c * sizeof(U));
   }
-  const ptrdiff_t ipx = in_planar ? sizeof(U) : p.in_ch * sizeof(U);
-  const ptrdiff_t opx = out_planar ? sizeof(U) : p.out_ch * sizeof(U);
-  ShufflePixels<U>(p, ib, ipx, ob, opx, rounds * per_round, width);
+  ShufflePixels<U>(p, ib, ipx, ob, opx, 0, head);
+  if (rounds) {
+    const void* ip[4] = {};
+    void* op[4] = {};
+    for (int c = 0; c < (in_planar ? p.in_ch : 1); ++c) {
+      ip[c] = static_cast<const uint8_t*>(in[c]) + head * ipx;
+    }
+    for (int c = 0; c < (out_planar ? p.out_ch : 1); ++c) {
+      op[c] = static_cast<uint8_t*>(out[c]) + head * opx;
+    }
+    const ShuffleSide si = in_planar ? PlanarSide(ip, p.in_ch) : InterleavedSide(ip[0], p.in_ch);
+    const ShuffleSide so =
+        out_planar ? PlanarSide(op, p.out_ch) : InterleavedSide(op[0], p.out_ch);
+    rounds_fn(p, si, so, rounds);
+  }
+  ShufflePixels<U>(p, ib, ipx, ob, opx, body_end, width);
 }
 
 }  // namespace nyx::avx2

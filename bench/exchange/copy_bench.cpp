@@ -113,22 +113,34 @@ BENCHMARK_CAPTURE(MirrorNyx, f, 0)->Name("Mirror_8u_C1R/flip0/1920x1080/nyx")->U
 BENCHMARK_CAPTURE(MirrorNyx, f, 1)->Name("Mirror_8u_C1R/flip1/1920x1080/nyx")->UseRealTime();
 BENCHMARK_CAPTURE(MirrorNyx, f, 2)->Name("Mirror_8u_C1R/flip2/1920x1080/nyx")->UseRealTime();
 
+template <int N>
 void SplitNyx(benchmark::State& st) {
-  auto s = Bytes(size_t(kW) * kH * 3);
-  auto p0 = Bytes(size_t(kW) * kH), p1 = Bytes(p0.size()), p2 = Bytes(p0.size());
-  Nyx8u* const planes[3] = {p0.data(), p1.data(), p2.data()};
+  auto s = Bytes(size_t(kW) * kH * N);
+  std::vector<Buffer<uint8_t>> p;
+  for (int c = 0; c < N; ++c) p.push_back(Bytes(size_t(kW) * kH));
+  Nyx8u* planes[4];
+  for (int c = 0; c < N; ++c) planes[c] = p[c].data();
   for (auto _ : st) {
-    nyxiCopy_8u_C3P3R(s.data(), kW * 3, planes, kW, {kW, kH});
-    benchmark::DoNotOptimize(p2.data());
+    if constexpr (N == 3)
+      nyxiCopy_8u_C3P3R(s.data(), kW * N, planes, kW, {kW, kH});
+    else
+      nyxiCopy_8u_C4P4R(s.data(), kW * N, planes, kW, {kW, kH});
+    benchmark::DoNotOptimize(planes[N - 1]);
   }
   SetBytes(st, s.size());
 }
+template <int N>
 void MergeNyx(benchmark::State& st) {
-  auto p0 = Bytes(size_t(kW) * kH), p1 = Bytes(p0.size()), p2 = Bytes(p0.size());
-  auto d = Bytes(size_t(kW) * kH * 3);
-  const Nyx8u* const planes[3] = {p0.data(), p1.data(), p2.data()};
+  std::vector<Buffer<uint8_t>> p;
+  for (int c = 0; c < N; ++c) p.push_back(Bytes(size_t(kW) * kH));
+  const Nyx8u* planes[4];
+  for (int c = 0; c < N; ++c) planes[c] = p[c].data();
+  auto d = Bytes(size_t(kW) * kH * N);
   for (auto _ : st) {
-    nyxiCopy_8u_P3C3R(planes, kW, d.data(), kW * 3, {kW, kH});
+    if constexpr (N == 3)
+      nyxiCopy_8u_P3C3R(planes, kW, d.data(), kW * N, {kW, kH});
+    else
+      nyxiCopy_8u_P4C4R(planes, kW, d.data(), kW * N, {kW, kH});
     benchmark::DoNotOptimize(d.data());
   }
   SetBytes(st, d.size());
@@ -142,8 +154,10 @@ void SwapNyx(benchmark::State& st) {
   }
   SetBytes(st, s.size());
 }
-BENCHMARK(SplitNyx)->Name("Copy_8u_C3P3R/1920x1080/nyx")->UseRealTime();
-BENCHMARK(MergeNyx)->Name("Copy_8u_P3C3R/1920x1080/nyx")->UseRealTime();
+BENCHMARK(SplitNyx<3>)->Name("Copy_8u_C3P3R/1920x1080/nyx")->UseRealTime();
+BENCHMARK(MergeNyx<3>)->Name("Copy_8u_P3C3R/1920x1080/nyx")->UseRealTime();
+BENCHMARK(SplitNyx<4>)->Name("Copy_8u_C4P4R/1920x1080/nyx")->UseRealTime();
+BENCHMARK(MergeNyx<4>)->Name("Copy_8u_P4C4R/1920x1080/nyx")->UseRealTime();
 BENCHMARK(SwapNyx)->Name("SwapChannels_8u_C3R/1920x1080/nyx")->UseRealTime();
 
 #ifdef NYX_HAVE_OPENCV
@@ -179,27 +193,29 @@ BENCHMARK_CAPTURE(MirrorCv, f, 0)->Name("Mirror_8u_C1R/flip0/1920x1080/cv")->Use
 BENCHMARK_CAPTURE(MirrorCv, f, 1)->Name("Mirror_8u_C1R/flip1/1920x1080/cv")->UseRealTime();
 BENCHMARK_CAPTURE(MirrorCv, f, -1)->Name("Mirror_8u_C1R/flip2/1920x1080/cv")->UseRealTime();
 
+template <int N>
 void SplitCv(benchmark::State& st) {
-  cv::Mat s(kH, kW, CV_8UC3);
+  cv::Mat s(kH, kW, CV_8UC(N));
   cv::randu(s, 0, 255);
-  std::vector<cv::Mat> planes = {cv::Mat(kH, kW, CV_8UC1), cv::Mat(kH, kW, CV_8UC1),
-                                 cv::Mat(kH, kW, CV_8UC1)};
+  std::vector<cv::Mat> planes;
+  for (int c = 0; c < N; ++c) planes.emplace_back(kH, kW, CV_8UC1);
   for (auto _ : st) {
     cv::split(s, planes);
-    benchmark::DoNotOptimize(planes[2].data);
+    benchmark::DoNotOptimize(planes[N - 1].data);
   }
-  SetBytes(st, s.total() * 3);
+  SetBytes(st, s.total() * N);
 }
+template <int N>
 void MergeCv(benchmark::State& st) {
-  std::vector<cv::Mat> planes = {cv::Mat(kH, kW, CV_8UC1), cv::Mat(kH, kW, CV_8UC1),
-                                 cv::Mat(kH, kW, CV_8UC1)};
+  std::vector<cv::Mat> planes;
+  for (int c = 0; c < N; ++c) planes.emplace_back(kH, kW, CV_8UC1);
   for (auto& p : planes) cv::randu(p, 0, 255);
-  cv::Mat d(kH, kW, CV_8UC3);
+  cv::Mat d(kH, kW, CV_8UC(N));
   for (auto _ : st) {
     cv::merge(planes, d);
     benchmark::DoNotOptimize(d.data);
   }
-  SetBytes(st, d.total() * 3);
+  SetBytes(st, d.total() * N);
 }
 void SwapCv(benchmark::State& st) {
   cv::Mat s(kH, kW, CV_8UC3), d(kH, kW, CV_8UC3);
@@ -211,8 +227,10 @@ void SwapCv(benchmark::State& st) {
   }
   SetBytes(st, s.total() * 3);
 }
-BENCHMARK(SplitCv)->Name("Copy_8u_C3P3R/1920x1080/cv")->UseRealTime();
-BENCHMARK(MergeCv)->Name("Copy_8u_P3C3R/1920x1080/cv")->UseRealTime();
+BENCHMARK(SplitCv<3>)->Name("Copy_8u_C3P3R/1920x1080/cv")->UseRealTime();
+BENCHMARK(MergeCv<3>)->Name("Copy_8u_P3C3R/1920x1080/cv")->UseRealTime();
+BENCHMARK(SplitCv<4>)->Name("Copy_8u_C4P4R/1920x1080/cv")->UseRealTime();
+BENCHMARK(MergeCv<4>)->Name("Copy_8u_P4C4R/1920x1080/cv")->UseRealTime();
 BENCHMARK(SwapCv)->Name("SwapChannels_8u_C3R/1920x1080/cv")->UseRealTime();
 #endif
 
