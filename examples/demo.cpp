@@ -171,6 +171,22 @@ int main(int argc, char** argv) {
   });
   nyxFree(buf);
 
+  // General kernel filter: a 3x3 sharpen (centre 9, neighbours -1, divisor 1).
+  const Nyx16s sharpen[9] = {-1, -1, -1, -1, 9, -1, -1, -1, -1};
+  const NyxiSize ksize{3, 3};
+  int spec_size = 0;
+  Check(nyxiFilterBorderGetSize(ksize, roi, nyx8u, nyx16s, 3, &spec_size, &buf_size),
+        "filter sizes");
+  auto* spec = static_cast<NyxiFilterBorderSpec*>(nyxMalloc(spec_size));
+  buf = static_cast<Nyx8u*>(nyxMalloc(buf_size));
+  Check(nyxiFilterBorderInit_16s(sharpen, ksize, 1, nyx8u, 3, nyxRndNear, spec), "filter init");
+  run("nyxiFilterBorder_8u_C3R 3x3 sharpen", "sharpen.png", out, [&] {
+    return nyxiFilterBorder_8u_C3R(src.data, src.step, out.data, out.step, roi, nyxBorderRepl,
+                                   nullptr, spec, buf);
+  });
+  nyxFree(buf);
+  nyxFree(spec);
+
   std::printf("\n%-44s %12s\n", "operation (640x480)", "median us");
   for (const Timing& t : times) std::printf("%-44s %12.1f\n", t.name.c_str(), t.micros);
   return 0;
