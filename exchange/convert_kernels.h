@@ -21,6 +21,7 @@
 #include <limits>
 
 #include "core/simd/convert_ops.h"
+#include "core/simd/prefetch.h"
 
 namespace nyx::avx2 {
 
@@ -113,7 +114,7 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
     constexpr size_t kAhead = kPrefetchBytes / sizeof(S);
     size_t i = 0;
     for (; i + kAhead + 2 * kN <= n; i += 2 * kN) {
-      _mm_prefetch(reinterpret_cast<const char*>(s + i + kAhead), _MM_HINT_T0);
+      PrefetchRead(s + i, kPrefetchBytes);
       StoreAs(op(LoadAs<Vec, W>(s + i)), d + i);
       StoreAs(op(LoadAs<Vec, W>(s + i + kN)), d + i + kN);
     }

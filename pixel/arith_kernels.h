@@ -49,21 +49,7 @@ NYX_INLINE void StreamResult(Vec<W> r, T* p) {
   } else if constexpr (sizeof(W) == sizeof(T)) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(p), r.raw);
   } else {
-    // Narrowed as DemoteStoreU does: clamp unsigned lanes, saturating pack,
-    // the two packed quarters brought together.
-    static_assert(sizeof(W) == 2 * sizeof(T), "StreamResult: same or half width");
-    __m256i x = r.raw, packed;
-    if constexpr (sizeof(W) == 2) {
-      if constexpr (std::is_unsigned_v<W>) x = _mm256_min_epu16(x, _mm256_set1_epi16(255));
-      packed = std::is_signed_v<T> ? _mm256_packs_epi16(x, x) : _mm256_packus_epi16(x, x);
-    } else {
-      if constexpr (std::is_unsigned_v<W>) {
-        x = _mm256_min_epu32(x, _mm256_set1_epi32(std::numeric_limits<T>::max()));
-      }
-      packed = std::is_signed_v<T> ? _mm256_packs_epi32(x, x) : _mm256_packus_epi32(x, x);
-    }
-    packed = _mm256_permute4x64_epi64(packed, 0x08);
-    _mm_stream_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(packed));
+    _mm_stream_si128(reinterpret_cast<__m128i*>(p), Demote<T>(r));
   }
 }
 

@@ -472,28 +472,29 @@ template <class W, class T>
 NYX_INLINE void DemoteStoreU(Lane<W> v, T* p) {
   StoreU(Lane<T>{SaturateTo<T>(v.raw)}, p);
 }
-template <class W, class T>
-NYX_INLINE void DemoteStoreU(Vec<W> v, T* p) {
-  if constexpr (std::is_same_v<T, W>) {
-    StoreU(v, p);
-  } else if constexpr (sizeof(W) == 2 && sizeof(T) == 1) {
-    // The pack instructions read their input as signed 16-bit values; an
-    // unsigned source above 32767 is first clamped so that it packs as 255.
-    __m256i x = v.raw;
+// The lanes of v narrowed with saturation to T, in the low half. The pack
+// instructions read their input as signed; an unsigned source above the
+// destination's maximum is first clamped so that it packs as that maximum.
+template <class T, class W>
+NYX_INLINE __m128i Demote(Vec<W> v) {
+  static_assert(sizeof(W) == 2 * sizeof(T), "Demote: to half the width");
+  __m256i x = v.raw, packed;
+  if constexpr (sizeof(W) == 2) {
     if constexpr (std::is_unsigned_v<W>) x = _mm256_min_epu16(x, _mm256_set1_epi16(255));
-    __m256i packed = std::is_signed_v<T> ? _mm256_packs_epi16(x, x) : _mm256_packus_epi16(x, x);
-    packed = _mm256_permute4x64_epi64(packed, 0x08);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(packed));
+    packed = std::is_signed_v<T> ? _mm256_packs_epi16(x, x) : _mm256_packus_epi16(x, x);
   } else {
-    static_assert(sizeof(W) == 4 && sizeof(T) == 2, "DemoteStoreU: unsupported widths");
-    __m256i x = v.raw;
     if constexpr (std::is_unsigned_v<W>) {
       x = _mm256_min_epu32(x, _mm256_set1_epi32(std::numeric_limits<T>::max()));
     }
-    __m256i packed = std::is_signed_v<T> ? _mm256_packs_epi32(x, x) : _mm256_packus_epi32(x, x);
-    packed = _mm256_permute4x64_epi64(packed, 0x08);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm256_castsi256_si128(packed));
+    packed = std::is_signed_v<T> ? _mm256_packs_epi32(x, x) : _mm256_packus_epi32(x, x);
   }
+  return _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08));
+}
+
+template <class W, class T>
+NYX_INLINE void DemoteStoreU(Vec<W> v, T* p) {
+  if constexpr (std::is_same_v<T, W>) StoreU(v, p);
+  else _mm_storeu_si128(reinterpret_cast<__m128i*>(p), Demote<T>(v));
 }
 
 // ---------------------------------------------------------------------------
