@@ -112,12 +112,14 @@ inline void CopyBackward(const uint8_t* s, uint8_t* d, size_t n) {
   CopyForward(s, d, end);
 }
 
-// Non-temporal stores from a 32-byte aligned destination block on; the head
-// and the tail go through ordinary stores.
+// Non-temporal stores over the whole 64-byte lines of the destination; the
+// head up to the first line and the tail after the last go through ordinary
+// stores. A line is written one way only: a line that took part streamed and
+// part cached stores costs a read of it and a second write to memory.
 inline void CopyStream(const uint8_t* s, uint8_t* d, size_t n) {
-  const size_t head = (0 - reinterpret_cast<uintptr_t>(d)) & 31;
-  if (head + 32 > n) return CopyForward(s, d, n);
-  CopySmall(s, d, head);
+  const size_t head = (0 - reinterpret_cast<uintptr_t>(d)) & 63;
+  if (head + 64 > n) return CopyForward(s, d, n);
+  CopyForward(s, d, head);
   size_t i = head;
   for (; i + 128 <= n; i += 128) {
     const __m256i a = Load32(s + i), b = Load32(s + i + 32);
@@ -127,9 +129,13 @@ inline void CopyStream(const uint8_t* s, uint8_t* d, size_t n) {
     _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 64), c);
     _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 96), e);
   }
-  for (; i + 32 <= n; i += 32)
-    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), Load32(s + i));
-  CopySmall(s + i, d + i, n - i);
+  if (i + 64 <= n) {
+    const __m256i a = Load32(s + i), b = Load32(s + i + 32);
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), a);
+    _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + 32), b);
+    i += 64;
+  }
+  CopyForward(s + i, d + i, n - i);
 }
 
 // The streaming copy of rows whose destination is 64-byte aligned and whose
@@ -142,27 +148,31 @@ inline void CopyStreamAligned(const uint8_t* s, uint8_t* d, size_t n) {
 
 // Non-temporal loads (they matter on write-combining memory; on ordinary
 // memory they read like plain loads), where the source is 32-byte aligned.
-// kStreamStore also writes with non-temporal stores, aligned on the
-// destination; the loads are then non-temporal only when the source is
-// aligned at the same points.
+// kStreamStore also writes with non-temporal stores, over whole 64-byte lines
+// of the destination as CopyStream does; the loads are then non-temporal only
+// when the source is aligned at the same points.
 template <bool kStreamStore>
 inline void CopyStreamLoad(const uint8_t* s, uint8_t* d, size_t n) {
+  constexpr size_t kBlock = kStreamStore ? 64 : 32;
   const uint8_t* anchor = kStreamStore ? d : s;
-  const size_t head = (0 - reinterpret_cast<uintptr_t>(anchor)) & 31;
-  if (head + 32 > n) return CopyForward(s, d, n);
-  CopySmall(s, d, head);
+  const size_t head = (0 - reinterpret_cast<uintptr_t>(anchor)) & (kBlock - 1);
+  if (head + kBlock > n) return CopyForward(s, d, n);
+  CopyForward(s, d, head);
   const bool stream_load = (reinterpret_cast<uintptr_t>(s + head) & 31) == 0;
+  auto load = [&](size_t at) {
+    return stream_load ? _mm256_stream_load_si256(reinterpret_cast<const __m256i*>(s + at))
+                       : Load32(s + at);
+  };
   size_t i = head;
-  for (; i + 32 <= n; i += 32) {
-    const __m256i v = stream_load
-                          ? _mm256_stream_load_si256(reinterpret_cast<const __m256i*>(s + i))
-                          : Load32(s + i);
-    if constexpr (kStreamStore)
-      _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i), v);
-    else
-      Store32(d + i, v);
+  for (; i + kBlock <= n; i += kBlock) {
+    for (size_t k = 0; k < kBlock; k += 32) {
+      if constexpr (kStreamStore)
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(d + i + k), load(i + k));
+      else
+        Store32(d + i + k, load(i + k));
+    }
   }
-  CopySmall(s + i, d + i, n - i);
+  CopyForward(s + i, d + i, n - i);
 }
 
 // Rows of at most 511 bytes: each power of two of the width is one move of a

@@ -16,10 +16,11 @@
 // 128-bit lane, since the byte shuffle does not cross lanes.
 //
 // Streaming rounds (kStream) write with non-temporal stores: the destination
-// lines are never read into the cache before they are overwritten. They need
-// a 32-byte aligned destination side, which ShuffleRow reaches with a head of
-// single pixels, and they do not fence: the caller ends a run of them with a
-// store fence.
+// lines are never read into the cache before they are overwritten. ShuffleRow
+// gives them a destination side on 64-byte boundaries (a head of single
+// pixels) and an even number of rounds, so that they write whole lines only;
+// a line written partly streamed and partly cached is read back and written
+// twice. They do not fence: the caller ends a run of them with a store fence.
 #pragma once
 
 #include <immintrin.h>
@@ -418,18 +419,18 @@ inline void ShufflePixels(const ShufflePlan& p, const uint8_t* const* in, ptrdif
 
 namespace nyx::avx2 {
 
-// The number of leading pixels (below 32) after which every destination
-// pointer of the side is 32-byte aligned, or -1 when no count aligns them all
-// (planes at different offsets, a pointer between samples). The smallest
-// count that aligns the first pointer is the only candidate: the others must
-// then share its offset modulo 32.
+// The number of leading pixels (below 64) after which every destination
+// pointer of the side is on a 64-byte line boundary, or -1 when no count
+// aligns them all (planes at different offsets, a pointer between samples).
+// The smallest count that aligns the first pointer is the only candidate: the
+// others must then share its offset modulo 64.
 inline int AlignHead(void* const* out, int pointers, size_t pixel_bytes) {
   const uintptr_t first = reinterpret_cast<uintptr_t>(out[0]);
   int h = 0;
-  while (h < 32 && ((first + h * pixel_bytes) & 31) != 0) ++h;
-  if (h == 32) return -1;
+  while (h < 64 && ((first + h * pixel_bytes) & 63) != 0) ++h;
+  if (h == 64) return -1;
   for (int c = 1; c < pointers; ++c) {
-    if (((reinterpret_cast<uintptr_t>(out[c]) - first) & 31) != 0) return -1;
+    if (((reinterpret_cast<uintptr_t>(out[c]) - first) & 63) != 0) return -1;
   }
   return h;
 }
@@ -437,7 +438,9 @@ inline int AlignHead(void* const* out, int pointers, size_t pixel_bytes) {
 // One row of `width` pixels. A side is interleaved (ptrs[0] is the row) or
 // planar (ptrs[c] is channel c's plane row). With streaming rounds in the
 // plan and a destination that can be aligned, the pixels up to the alignment
-// go one at a time, then the streaming rounds run.
+// go one at a time, then an even number of streaming rounds (two rounds end
+// each plane, and an interleaved row of 3 or 4 channels, on a line boundary),
+// then the remaining pixels one at a time.
 template <class U>
 inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_planar,
                        void* const* out, bool out_planar, size_t width) {
@@ -446,11 +449,13 @@ inline void ShuffleRow(const ShufflePlan& p, const void* const* in, bool in_plan
   const size_t opx = out_planar ? sizeof(U) : p.out_ch * sizeof(U);
   ShuffleRoundsFn rounds_fn = p.rounds;
   size_t head = 0;
-  if (p.stream_rounds != nullptr && width >= 32 + per_round) {
+  bool streamed = false;
+  if (p.stream_rounds != nullptr && width >= 64 + 2 * per_round) {
     const int h = AlignHead(out, out_planar ? p.out_ch : 1, opx);
-    if (h >= 0) rounds_fn = p.stream_rounds, head = static_cast<size_t>(h);
+    if (h >= 0) rounds_fn = p.stream_rounds, head = static_cast<size_t>(h), streamed = true;
   }
-  const size_t rounds = (width - head) / per_round;
+  size_t rounds = (width - head) / per_round;
+  if (streamed) rounds &= ~size_t{1};
   const size_t body_end = head + rounds * per_round;
   const uint8_t* ib[4];
   uint8_t* ob[4];

@@ -28,7 +28,7 @@ int RowsFor(int64_t bytes, int width, int channels, size_t sample) {
   return static_cast<int>(bytes / (int64_t{width} * channels * int64_t(sample)) + 1);
 }
 
-// Padded images: every row starts at its own offset modulo 32, so each row
+// Padded images: every row starts at its own offset modulo 64, so each row
 // takes its own head before the streamed body (or, where no head can align a
 // four-channel destination, runs with cached stores). `pad` and `extra` set
 // that geometry; `pad` 0 with `extra` 0 packs the rows into one long run.
@@ -91,8 +91,9 @@ TEST(CopyPlanarStream, ThreePlanesOfBytes) {
   CheckPackedMerge<Nyx8u, 3>(nyxiCopy_8u_P3C3R, 1001);
   // Odd strides: each row's head differs.
   CheckPaddedMerge<Nyx8u, 3>(nyxiCopy_8u_P3C3R, nyxiCopy_8u_C3P3R, 1001, 3, 5);
-  // Short rows: a head, one or two rounds and a tail per row.
-  CheckPaddedMerge<Nyx8u, 3>(nyxiCopy_8u_P3C3R, nyxiCopy_8u_C3P3R, 70, 2, 3);
+  // Short rows: a head of up to 63 pixels, two or four streamed rounds of 32
+  // and a tail per row.
+  CheckPaddedMerge<Nyx8u, 3>(nyxiCopy_8u_P3C3R, nyxiCopy_8u_C3P3R, 130, 2, 3);
 }
 
 TEST(CopyPlanarStream, FourPlanesOfBytes) {

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
+#include <vector>
 
 #include "exchange/copy_forms.h"
 #include "tests/exchange/copy_util.h"
@@ -156,6 +158,29 @@ TEST(CopyManaged, EveryFlagGivesTheSameBytes) {
           ExpectImage(
               dst, [&](int x, int y, int) { return src.at(x, y); }, "managed");
         }
+      }
+    }
+  }
+}
+
+// The streamed paths split a row into a head, whole 64-byte lines and a tail
+// by the destination's address: every offset within a line and every length
+// around a few lines, with guard bytes on both sides.
+TEST(CopyManaged, StreamedRowsAtEveryLineOffset) {
+  std::vector<uint8_t> src(400), buf(64 + 400 + 64 + 64);
+  for (auto& v : src) v = static_cast<uint8_t>(Rng()());
+  uint8_t* base = buf.data() + ((0 - reinterpret_cast<uintptr_t>(buf.data())) & 63);
+  for (int flags : {1, 3}) {
+    for (int off = 0; off < 64; ++off) {
+      for (int n = 1; n <= 330; n += (n < 140 ? 1 : 7)) {
+        std::fill(buf.begin(), buf.end(), uint8_t{0xA5});
+        uint8_t* d = base + off;
+        ASSERT_EQ(nyxiCopyManaged_8u_C1R(src.data() + (off & 7), n, d, n, {n, 1}, flags),
+                  nyxStsNoErr);
+        ASSERT_EQ(std::memcmp(d, src.data() + (off & 7), n), 0)
+            << "flags " << flags << " offset " << off << " n " << n;
+        for (uint8_t* p = buf.data(); p < d; ++p) ASSERT_EQ(*p, 0xA5) << "before, n " << n;
+        for (uint8_t* p = d + n; p < buf.data() + buf.size(); ++p) ASSERT_EQ(*p, 0xA5) << "after";
       }
     }
   }
