@@ -62,10 +62,8 @@ NyxStatus Swap(const T* src, int src_step, T* dst, int dst_step, NyxiSize roi, c
   if (!ReadOrder<F>(order, copy::AsBits(&fill)[0], plan)) return nyxStsChannelOrderErr;
   avx2::BuildShufflePlan(plan, false, false);
   int64_t width = roi.width, height = roi.height;
-  if (src_step == width * kInCh<F> * int64_t(sizeof(T)) &&
-      dst_step == width * kOutCh<F> * int64_t(sizeof(T))) {
-    width *= height, height = 1;
-  }
+  frame::MergeGapless(&width, &height, {{src_step, kInCh<F> * int64_t(sizeof(T))},
+                                        {dst_step, kOutCh<F> * int64_t(sizeof(T))}});
   frame::WalkRows(height, [&](int64_t y) {
     const void* in[1] = {frame::RowAt(src, src_step, y)};
     void* out[1] = {frame::RowAt(dst, dst_step, y)};

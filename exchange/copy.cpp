@@ -131,7 +131,7 @@ NyxStatus CopyManaged(const uint8_t* src, int src_step, uint8_t* dst, int dst_st
   if (frame::AnyNull(src, dst)) return nyxStsNullPtrErr;
   if (frame::BadSize(roi)) return nyxStsSizeErr;
   int64_t width = roi.width, height = roi.height;
-  if (src_step == roi.width && dst_step == roi.width) width *= height, height = 1;
+  frame::MergeGapless(&width, &height, {{src_step, 1}, {dst_step, 1}});
   void (*row)(const uint8_t*, uint8_t*, size_t) = avx2::CopyForward;
   if (flags & nyxCopyStreamLoad) {
     row = (flags & nyxCopyStreamStore) ? avx2::CopyStreamLoad<true> : avx2::CopyStreamLoad<false>;

@@ -40,9 +40,9 @@ NyxStatus CopyMasked(const T* src, int src_step, T* dst, int dst_step, NyxiSize 
   constexpr int kMove = L == Layout::kAC4 ? 3 : kStride;
   constexpr int64_t kPixel = kStride * sizeof(T);
   int64_t width = roi.width, height = roi.height;
-  if (src_step == width * kPixel && dst_step == width * kPixel && mask_step == width &&
-      width < 32768 && height < 32768) {
-    width *= height, height = 1;
+  // Only images below 32768 pixels each way merge.
+  if (width < 32768 && height < 32768) {
+    frame::MergeGapless(&width, &height, {{src_step, kPixel}, {dst_step, kPixel}, {mask_step, 1}});
   }
   frame::WalkRows(height, [&](int64_t y) {
     CopyMaskedRow<Bits<T>, kMove, kStride>(AsBits(frame::RowAt(src, src_step, y)),
@@ -118,9 +118,8 @@ NyxStatus Planar(const void* interleaved, int inter_step, const void* const* pla
   avx2::BuildShufflePlan(plan, !kToPlanes, kToPlanes, stream_merge);
   // Packed planes and a packed image are one long row.
   int64_t width = roi.width, height = roi.height;
-  if (plane_step == width * int64_t(sizeof(T)) && inter_step == width * kCh * int64_t(sizeof(T))) {
-    width *= height, height = 1;
-  }
+  frame::MergeGapless(&width, &height,
+                      {{plane_step, int64_t(sizeof(T))}, {inter_step, kCh * int64_t(sizeof(T))}});
   frame::WalkRows(height, [&](int64_t y) {
     uint8_t* row =
         frame::RowAt(static_cast<uint8_t*>(const_cast<void*>(interleaved)), inter_step, y);

@@ -134,16 +134,14 @@ inline bool StreamsDirect(const T* src1, const T* src2, const T* dst, size_t byt
   return bytes * images >= kDirectStreamSet;
 }
 
-// Rows that follow each other with no gap in every image (all strides equal
-// to the bytes of a row) are walked as one long row: the kernels give the
-// same values however a run of samples splits, and small images then pay the
-// cost of one kernel call instead of one a row. AC4 rows hold whole pixels, so
-// the long row keeps alpha in every fourth sample.
+// Gapless images run as one long row (frame::MergeGapless). AC4 rows hold
+// whole pixels, so the long row keeps alpha in every fourth sample.
 inline void MergeRows(int64_t s1, int64_t s2, int64_t ds, size_t sample_bytes, int* height,
                       size_t* n) {
-  const int64_t row_bytes = static_cast<int64_t>(*n * sample_bytes);
-  if (*height > 1 && s1 == row_bytes && s2 == row_bytes && ds == row_bytes) {
-    *n *= static_cast<size_t>(*height);
+  int64_t width = static_cast<int64_t>(*n), rows = *height;
+  const int64_t b = static_cast<int64_t>(sample_bytes);
+  if (frame::MergeGapless(&width, &rows, {{s1, b}, {s2, b}, {ds, b}})) {
+    *n = static_cast<size_t>(width);
     *height = 1;
   }
 }

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <type_traits>
 
 #include "nyx.h"
@@ -55,6 +56,26 @@ inline void WalkRows(int64_t height, Row&& row) {
     row(y + 7);
   }
   for (; y < height; ++y) row(y);
+}
+
+// One image of a walk: its stride and the bytes of one pixel of it.
+struct StrideOf {
+  int64_t step;
+  int64_t pixel_bytes;
+};
+
+// Rows that follow each other with no gap in every image of a walk (each
+// stride equal to `*width` pixels of that image) are one long row: width
+// becomes width times height and height 1. Kernels give the same values
+// however a run splits, so such images pay for one kernel call instead of one
+// a row. Returns whether the rows merged.
+inline bool MergeGapless(int64_t* width, int64_t* height, std::initializer_list<StrideOf> images) {
+  for (const StrideOf& im : images) {
+    if (im.step != *width * im.pixel_bytes) return false;
+  }
+  *width *= *height;
+  *height = 1;
+  return true;
 }
 
 // ---------------------------------------------------------------------------
