@@ -55,8 +55,10 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
   if constexpr (!kAlpha) {
     // Single samples up to a 32-byte boundary of the destination, so that the
     // vector stores do not straddle cache lines (alpha kernels keep their
-    // blocks on pixel boundaries instead).
-    const size_t gap = (0 - reinterpret_cast<uintptr_t>(d)) & 31;
+    // blocks on pixel boundaries instead); streamed rows go up to a 64-byte
+    // line boundary.
+    constexpr uintptr_t kAlign = kStream && kStoresBits<W, D> ? 63 : 31;
+    const size_t gap = (0 - reinterpret_cast<uintptr_t>(d)) & kAlign;
     const size_t head = gap / sizeof(D);
     if (head * sizeof(D) == gap && head < n) {
       for (size_t i = 0; i < head; ++i) StoreAs(op(LoadAs<Lane, W>(s + i)), d + i);
@@ -67,16 +69,20 @@ void MapRow(const S* s, D* d, size_t n, Op op) {
     }
   }
   if constexpr (kStream && kStoresBits<W, D>) {
+    // Whole lines (two vectors) with non-temporal stores; the rest of the row
+    // goes through the cached paths below, so that no line is written partly
+    // each way (such a line is read back and written twice).
     if (aligned) {
-      ForEachBlock<W>(n, [&]<template <class> class V>(size_t i) {
-        const auto y = op(LoadAs<V, W>(s + i));
-        if constexpr (kIsLane<V<W>>)
-          StoreAs(y, d + i);
-        else
-          StreamStore(y, d + i);
-      });
+      constexpr size_t kLine = 2 * Vec<W>::kLanes;
+      const size_t lines = n / kLine * kLine;
+      for (size_t i = 0; i < lines; i += kLine) {
+        StreamStore(op(LoadAs<Vec, W>(s + i)), d + i);
+        StreamStore(op(LoadAs<Vec, W>(s + i + kLine / 2)), d + i + kLine / 2);
+      }
       _mm_sfence();
-      return;
+      s += lines;
+      d += lines;
+      n -= lines;
     }
   }
   // Narrowing to a smaller integer type: several result vectors are packed
